@@ -1,0 +1,93 @@
+# Front door for building, testing and running avconfig.
+#   make run      build and run the program on the shipped defaults, in a sandbox
+#   make test     install missing build dependencies, build, run every test
+#                 (normal build, sanitizer build, fuzz smoke runs)
+#   make bench    build and run the benchmarks
+#   make install  install under DESTDIR (default: the system)
+#   make package  build the Debian package
+
+SHELL := /bin/bash
+CMAKE ?= cmake
+JOBS ?= 2
+BUILD := build
+ASAN_BUILD := build-asan
+FUZZ_BUILD := build-fuzz
+RELEASE_BUILD := build-release
+FUZZ_SECONDS ?= 15
+SANDBOX := $(CURDIR)/$(BUILD)/root
+DEB_PACKAGES := cmake ninja-build g++ clang libclang-rt-14-dev pkg-config libgtest-dev \
+                libgmock-dev libbenchmark-dev libvterm-dev valgrind groff-base man-db
+
+CONFIGURE = $(CMAKE) -G Ninja -Wno-dev
+
+.PHONY: all deps build build-asan build-fuzz test unit-test asan-test fuzz-smoke bench run \
+        sandbox install package clean
+
+all: build
+
+deps:
+	@missing=$$(for p in $(DEB_PACKAGES); do \
+	    dpkg-query -W -f='$${Status}' $$p 2>/dev/null | grep -q 'ok installed' || echo $$p; done); \
+	if [ -n "$$missing" ]; then \
+	    if [ "$$(id -u)" != 0 ]; then echo "missing packages (install as root): $$missing"; exit 1; fi; \
+	    echo "installing: $$missing"; \
+	    apt-get update -qq && DEBIAN_FRONTEND=noninteractive apt-get install -y -qq $$missing; \
+	fi
+
+build:
+	$(CONFIGURE) -S . -B $(BUILD) -DAV_PRODUCT_ROOT=$(SANDBOX)
+	$(CMAKE) --build $(BUILD) -j $(JOBS)
+
+build-asan:
+	$(CONFIGURE) -S . -B $(ASAN_BUILD) -DAV_SANITIZE=ON -DAV_BENCH=OFF \
+	    -DAV_PRODUCT_ROOT=$(CURDIR)/$(ASAN_BUILD)/root
+	$(CMAKE) --build $(ASAN_BUILD) -j $(JOBS)
+
+build-fuzz:
+	CXX=clang++ $(CONFIGURE) -S . -B $(FUZZ_BUILD) -DAV_FUZZ=ON -DAV_TESTS=OFF -DAV_BENCH=OFF \
+	    -DAV_PRODUCT_ROOT=$(CURDIR)/$(FUZZ_BUILD)/root
+	$(CMAKE) --build $(FUZZ_BUILD) -j $(JOBS)
+
+# Each fuzz target runs briefly from its seed corpus (fuzz/corpus/<name>, if any).
+fuzz-smoke: build-fuzz
+	@set -e; for f in $(FUZZ_BUILD)/fuzz/fuzz_*; do \
+	    [ -x "$$f" ] || continue; name=$${f##*/fuzz_}; \
+	    work=$(FUZZ_BUILD)/corpus/$$name; mkdir -p $$work; \
+	    seeds=; [ -d fuzz/corpus/$$name ] && seeds=fuzz/corpus/$$name; \
+	    echo "fuzz smoke: $$name ($(FUZZ_SECONDS) s)"; \
+	    $$f -max_total_time=$(FUZZ_SECONDS) -timeout=10 -rss_limit_mb=2048 -print_final_stats=0 \
+	        $$work $$seeds > $(FUZZ_BUILD)/$$name.log 2>&1 || { tail -n 40 $(FUZZ_BUILD)/$$name.log; exit 1; }; \
+	done
+
+unit-test: build
+	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
+
+asan-test: build-asan
+	ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 \
+	    ctest --test-dir $(ASAN_BUILD) --output-on-failure -j $(JOBS)
+
+test: deps
+	$(MAKE) build build-asan fuzz-smoke
+	$(MAKE) unit-test
+	$(MAKE) asan-test
+
+bench: deps build
+	@set -e; for b in $(BUILD)/bench/bench_*; do [ -x "$$b" ] && { echo "== $${b##*/}"; $$b; }; done
+
+# A product root inside the build tree: the shipped terminal descriptions and
+# documentation, and sample configuration files (kept if already there, so that
+# edits made in one run are seen in the next).
+sandbox: build
+	mkdir -p $(SANDBOX)/conduvia/config $(SANDBOX)/hawser/prog
+	cp data/termdef $(SANDBOX)/termdef
+	cp data/doc $(SANDBOX)/conduvia/doc
+	for f in ipaddr commands env; do \
+	    [ -e $(SANDBOX)/conduvia/config/$$f ] || cp data/sample/$$f $(SANDBOX)/conduvia/config/$$f; done
+
+run: sandbox
+	@if [ "$$(id -u)" = 0 ]; then exec $(BUILD)/app/avconfig; \
+	elif unshare --map-root-user true 2>/dev/null; then exec unshare --map-root-user $(BUILD)/app/avconfig; \
+	else echo "avconfig runs only as root: run 'sudo make run', or allow unprivileged user namespaces"; exit 1; fi
+
+clean:
+	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD) $(RELEASE_BUILD)

@@ -1,0 +1,33 @@
+// Configuration editors: the name-to-IP table and its entry dialog, the
+// authorized commands and environment variables editors, and the on-line
+// documentation viewer. Each screen owns its windows and lists from its start
+// to its return.
+#pragma once
+
+#include "support/support.h"
+
+// One entry of the name-to-IP table.
+struct IpEntry {
+    char name[16];
+    char address[16];
+    int kind; // 0 fixed address, 1 Hawser, 2 Samba
+    char pc_name[26];
+};
+
+constexpr int IP_DIALOG_ADD = 0;
+constexpr int IP_DIALOG_EDIT = 1;
+
+// Name-to-IP table screen (menu N): 0 on a normal return, -1 on an error.
+int ip_table_screen();
+// Entry dialog: 1 when saved with a change (entry holds the new values).
+int ip_entry_dialog(int parent, int mode, int index, IpEntry *entry, List *lines);
+// Fixed-column line <-> entry.
+void ip_parse_line(const char *line, IpEntry *entry);
+void ip_format_line(const IpEntry *entry, char *line, int size);
+
+// Authorized commands (menu C) and environment variables (menu E).
+void commands_screen();
+void env_screen();
+
+// On-line documentation (menu "?" and "/").
+void doc_viewer();

@@ -1,0 +1,4 @@
+// Removed once the library has its first real source file.
+namespace {
+[[maybe_unused]] int placeholder;
+}

@@ -1,0 +1,137 @@
+// Support library: memory and string helpers, list containers, line files,
+// file ownership helpers. Plain records and free functions; nothing throws.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <sys/stat.h>
+#include <sys/types.h>
+
+// A function that a container calls with the data it lets go of.
+using ReleaseFn = void (*)(void *data);
+
+// Size of every message buffer handed to the operations that can fail.
+constexpr int AV_MSG_MAX = 512;
+
+// ---- memory and strings -------------------------------------------------
+
+void *mem_alloc(size_t size);
+void mem_free(void *p);
+char *str_dup(const char *text);
+void str_free(void *text);
+int str_casecmp(const char *a, const char *b);
+int str_ncasecmp(const char *a, const char *b, int n);
+int str_copy_max(char *dst, const char *src, int n);
+
+// ---- Chain ----------------------------------------------------------------
+
+struct ChainNode {
+    void *value; // a data pointer or a small integer (window ids)
+    ChainNode *previous;
+    ChainNode *next;
+    ReleaseFn release;
+};
+
+struct Chain {
+    ChainNode *first;
+    ChainNode *last;
+};
+
+Chain *chain_create();
+void chain_destroy(Chain *chain);
+ChainNode *chain_prepend(Chain *chain, void *value, ReleaseFn release);
+ChainNode *chain_append(Chain *chain, void *value, ReleaseFn release);
+ChainNode *chain_first(Chain *chain);
+int chain_is_empty(const Chain *chain);
+ChainNode *chain_link(Chain *chain, ChainNode *previous, ChainNode *node, ChainNode *next);
+void chain_unlink(Chain *chain, ChainNode *node);
+void chain_remove(Chain *chain, ChainNode *node);
+
+// ---- SlotTable and BucketSet ------------------------------------------------
+
+struct Slot {
+    int in_use;
+    int index;
+    void *value;
+    ReleaseFn release;
+};
+
+struct SlotTable {
+    int32_t count;
+    Slot *slots;
+};
+
+SlotTable *slot_table_create(int count);
+Slot *slot_table_set(SlotTable *table, int index, void *value, ReleaseFn release);
+void slot_table_destroy(SlotTable *table);
+
+// Slot k holds the Chain of bucket k, released with chain_destroy.
+struct BucketSet {
+    SlotTable *table;
+};
+
+BucketSet *bucket_set_create(int n);
+ChainNode *bucket_append(BucketSet *set, int k, void *value, ReleaseFn release);
+void bucket_set_destroy(BucketSet *set);
+
+// ---- List and SortedList --------------------------------------------------
+
+struct ListElement {
+    int32_t position;
+    void *data;
+    ReleaseFn release;
+};
+
+struct List; // defined in list.cpp; reach it only through the list_ functions
+
+List *list_create(int buckets);
+void list_destroy(List *list);
+int list_count(const List *list);
+ListElement *list_element(List *list, int position);
+void *list_get(List *list, int position);
+ListElement *list_append(List *list, void *data, ReleaseFn release);
+ListElement *list_insert(List *list, int position, void *data, ReleaseFn release);
+int list_delete(List *list, int position);
+void list_clear(List *list);
+
+// compare(key, element data, limit): negative, 0 or positive as key sorts
+// before, equal to or after the data. limit -1 compares whole keys.
+using CompareFn = int (*)(const void *key, const void *data, int limit);
+
+struct SortedList {
+    List *list;
+    int unique;
+    CompareFn compare;
+};
+
+SortedList *slist_create(int buckets, int unique, CompareFn compare);
+void slist_destroy(SortedList *sorted);
+// Returns the last comparison's result and stores the last probed position
+// in *position (-1 and result 1 for an empty list).
+int slist_find(SortedList *sorted, const void *key, int *position);
+ListElement *slist_insert(SortedList *sorted, const void *key, void *data, ReleaseFn release);
+int slist_count(const SortedList *sorted);
+
+// ---- line files -----------------------------------------------------------
+// msg points at AV_MSG_MAX bytes; it is written only on failure.
+
+int read_line_file(const char *path, List *list, const char *prefix, char *msg);
+int write_line_file(const char *path, List *list, char *msg);
+int list_add_string(const char *text, List *list, char *msg);
+int list_find_string(const char *text, int mode, List *list);
+int sort_string_list(List *list, char *msg);
+void trim_leading(char *text);
+void trim_trailing(char *text);
+void trim_blanks(char *text);
+
+// ---- file ownership helpers -------------------------------------------------
+
+FILE *open_with_owner(const char *path, const char *open_mode, const char *user,
+                      const char *group, mode_t permissions);
+int set_owner_by_name(const char *path, const char *user, const char *group);
+int set_mode(const char *path, mode_t permissions);
+
+// Status query; starts out at a resolver that picks, once per process, the
+// program named by QXSTATPROG or the platform's stat. Fills st_uid and st_gid.
+extern int (*file_status)(const char *path, struct stat *status);

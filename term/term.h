@@ -1,0 +1,98 @@
+// Terminal library: termcap-style description loading, terminal output and
+// keyboard input. Fixed process-wide buffers; nothing is allocated.
+#pragma once
+
+#include <termio.h>
+
+// ---- key codes --------------------------------------------------------------
+// Byte values 1..255 are their own codes.
+constexpr int KEY_LEFT = 257;
+constexpr int KEY_UP = 258;
+constexpr int KEY_DOWN = 259;
+constexpr int KEY_RIGHT = 260;
+constexpr int KEY_BACKSPACE = 261;
+constexpr int KEY_DELETE = 264;
+constexpr int KEY_TAB = 265;
+constexpr int KEY_BACKTAB = 266;
+constexpr int KEY_PGUP = 267;
+constexpr int KEY_PGDN = 268;
+constexpr int KEY_HOME = 269;
+constexpr int KEY_END = 270;
+constexpr int KEY_INSERT = 271;
+constexpr int KEY_F1 = 300;
+constexpr int KEY_F2 = 301;
+constexpr int KEY_F3 = 302;
+constexpr int KEY_F4 = 303;
+constexpr int KEY_F5 = 304;
+constexpr int KEY_F6 = 305;
+constexpr int KEY_F7 = 306;
+constexpr int KEY_F8 = 307;
+constexpr int KEY_F9 = 308;
+constexpr int KEY_F10 = 309;
+constexpr int KEY_ESC_ESC = 400;
+constexpr int KEY_ESC_QUERY = 401;
+constexpr int KEY_ESC_SLASH = 402;
+
+// ---- description loading ----------------------------------------------------
+
+struct TermState {
+    const char *term_name; // the environment variable's own value
+    struct termio saved_mode;
+    struct termio work_mode;
+};
+
+// 0 loaded; -1 no terminal type set; -2 no description found.
+int term_init(int save_mode, TermState *state);
+int tc_load(const char *name);
+int tc_read_entry(const char *path, const char *name);
+int tc_find(const char *name);
+int tc_flag(const char *name);
+int tc_num(const char *name);
+const char *tc_str(const char *name);
+
+// ---- terminal output ----------------------------------------------------------
+
+// Indexes of the line-drawing strings, in lookup order.
+enum LineString {
+    LS_GS,
+    LS_GE,
+    LS_GH,
+    LS_GV,
+    LS_GC,
+    LS_GL,
+    LS_GD,
+    LS_GR,
+    LS_GU,
+    LS_G1,
+    LS_G2,
+    LS_G3,
+    LS_G4,
+    LS_COUNT
+};
+
+const char *term_bc_string();
+const char *term_up_string();
+const char *term_goto(int row, int column);
+void term_screen_strings();
+const char *term_line_string(int which); // LineString index; "" before term_screen_strings
+void term_cursor_on();
+void term_cursor_off();
+void term_clear();
+int term_lines();
+int term_auto_margin();
+void term_beep();
+
+// ---- keyboard input -------------------------------------------------------------
+
+int term_raw_mode(TermState *state, unsigned char min_chars, unsigned char tenths);
+void term_restore(TermState *state);
+void key_init();
+int key_bind(const char *sequence, int priority, int code);
+int key_read();
+
+// Called by key_read when the terminal reports end of file or an error (it
+// has hung up). The handler is expected not to return (it ends the process);
+// with no handler, or if it returns, the process exits with status 255
+// rather than reading again forever.
+using HangupFn = void (*)();
+void key_on_hangup(HangupFn handler);
