@@ -127,11 +127,14 @@ void trim_blanks(char *text);
 
 // ---- file ownership helpers -------------------------------------------------
 
-FILE *open_with_owner(const char *path, const char *open_mode, const char *user,
-                      const char *group, mode_t permissions);
+FILE *open_with_owner(const char *path, const char *open_mode, const char *user, const char *group,
+                      mode_t permissions);
 int set_owner_by_name(const char *path, const char *user, const char *group);
 int set_mode(const char *path, mode_t permissions);
 
 // Status query; starts out at a resolver that picks, once per process, the
 // program named by QXSTATPROG or the platform's stat. Fills st_uid and st_gid.
 extern int (*file_status)(const char *path, struct stat *status);
+// mkstemp template of the outside program's temporary file,
+// "/usr/tmp/statXXXXXX" unless a test points it elsewhere.
+extern const char *file_status_template;

@@ -1,0 +1,239 @@
+// Line lists: text files held as Lists of strings, one entry per line.
+#include "support/support.h"
+
+#include <cstring>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+// A file is read in pieces of at most this many characters (newline included).
+constexpr int PIECE_MAX = 149;
+// Every entry is carried in a block of this size while sorting.
+constexpr int SORT_BLOCK = 256;
+
+void message(char *msg, const char *text) {
+    if (msg != nullptr) {
+        snprintf(msg, AV_MSG_MAX, "%s", text);
+    }
+}
+
+void message_path(char *msg, const char *format, const char *path) {
+    if (msg != nullptr) {
+        snprintf(msg, AV_MSG_MAX, format, path);
+    }
+}
+
+int compare_strings(const void *key, const void *data, int limit) {
+    const char *a = static_cast<const char *>(key);
+    const char *b = static_cast<const char *>(data);
+    return limit < 0 ? str_casecmp(a, b) : str_ncasecmp(a, b, limit);
+}
+
+} // namespace
+
+int read_line_file(const char *path, List *list, const char *prefix, char *msg) {
+    if (prefix == nullptr) {
+        prefix = "";
+    }
+    FILE *file = path != nullptr ? fopen(path, "r") : nullptr;
+    struct stat status;
+    // fopen of a directory succeeds on Linux; it has no lines to give.
+    if (file != nullptr && (fstat(fileno(file), &status) != 0 || S_ISDIR(status.st_mode))) {
+        fclose(file);
+        file = nullptr;
+    }
+    if (file == nullptr) {
+        message_path(msg, "Could not open: %s", path != nullptr ? path : "");
+        return -1;
+    }
+    size_t prefix_length = strlen(prefix);
+    char *entry = static_cast<char *>(mem_alloc(prefix_length + PIECE_MAX + 1));
+    if (entry == nullptr) {
+        fclose(file);
+        message(msg, "Ran out of memory while saving list! (1)");
+        return -1;
+    }
+    memcpy(entry, prefix, prefix_length);
+    char *piece = entry + prefix_length;
+    int longest = 0;
+    for (;;) {
+        int taken = 0; // characters of the file in this piece
+        int length = 0;
+        int c = EOF;
+        while (taken < PIECE_MAX && (c = getc(file)) != EOF) {
+            taken++;
+            if (c == '\n') {
+                break;
+            }
+            // Entries are C strings: a NUL byte would hide the rest of the
+            // line, so it is dropped and the visible text kept.
+            if (c != '\0') {
+                piece[length++] = static_cast<char>(c);
+            }
+        }
+        if (taken == 0) {
+            break;
+        }
+        piece[length] = '\0';
+        if (length > longest) {
+            longest = length;
+        }
+        if (list_add_string(entry, list, msg) != 0) {
+            mem_free(entry);
+            fclose(file);
+            return -1;
+        }
+    }
+    mem_free(entry);
+    // A read error would pass for the end of the file and a later save would
+    // then cut the file short, so it is a failure to open.
+    int failed = ferror(file);
+    fclose(file);
+    if (failed) {
+        message_path(msg, "Could not open: %s", path);
+        return -1;
+    }
+    return longest;
+}
+
+int write_line_file(const char *path, List *list, char *msg) {
+    if (path == nullptr) {
+        message_path(msg, "Could not open: %s", "");
+        return -1;
+    }
+    // Rewriting in place keeps the owner and permissions of an existing file.
+    // A failure (for example a file that does not exist yet) is of no concern.
+    if (truncate(path, 0) != 0) {
+    }
+    FILE *file = fopen(path, "w");
+    if (file == nullptr) {
+        message_path(msg, "Could not open: %s", path);
+        return -1;
+    }
+    int count = list_count(list);
+    for (int i = 0; i < count; i++) {
+        const char *text = static_cast<const char *>(list_get(list, i));
+        if (text == nullptr) {
+            message(msg, "Error retrieving data from list!");
+            fclose(file);
+            return -1;
+        }
+        fprintf(file, "%s\n", text);
+    }
+    fclose(file);
+    return 0;
+}
+
+int list_add_string(const char *text, List *list, char *msg) {
+    char *copy = str_dup(text);
+    if (copy == nullptr) {
+        message(msg, "Ran out of memory while saving list! (1)");
+        return -1;
+    }
+    if (list_append(list, copy, str_free) == nullptr) {
+        str_free(copy);
+        message(msg, "Ran out of memory while saving attachment list! (2)");
+        return -1;
+    }
+    return 0;
+}
+
+int list_find_string(const char *text, int mode, List *list) {
+    if (text == nullptr) {
+        return -1;
+    }
+    size_t length = strlen(text);
+    int count = list_count(list);
+    for (int i = 0; i < count; i++) {
+        const char *entry = static_cast<const char *>(list_get(list, i));
+        if (entry == nullptr) {
+            return -1;
+        }
+        bool match = mode == 0 ? strncmp(entry, text, length) == 0 : strcmp(entry, text) == 0;
+        if (match) {
+            return i;
+        }
+    }
+    return -1;
+}
+
+int sort_string_list(List *list, char *msg) {
+    SortedList *sorted = slist_create(25, 0, compare_strings);
+    if (sorted == nullptr) {
+        message(msg, "Error making sorted list!");
+        return -1;
+    }
+    int count = list_count(list);
+    for (int i = 0; i < count; i++) {
+        const char *text = static_cast<const char *>(list_get(list, i));
+        if (text == nullptr) {
+            message(msg, "Error retrieving data from list!");
+            slist_destroy(sorted);
+            return -1;
+        }
+        // An entry too long for its block is refused rather than cut, so the
+        // list is left whole instead of silently losing text.
+        char *block =
+            strlen(text) < SORT_BLOCK ? static_cast<char *>(mem_alloc(SORT_BLOCK)) : nullptr;
+        if (block != nullptr) {
+            str_copy_max(block, text, SORT_BLOCK - 1);
+        }
+        if (block == nullptr || slist_insert(sorted, block, block, mem_free) == nullptr) {
+            mem_free(block);
+            message(msg, "Error adding to sorted list!");
+            slist_destroy(sorted);
+            return -1;
+        }
+    }
+    if (slist_count(sorted) != count) {
+        message(msg, "Error sorting list!");
+        slist_destroy(sorted);
+        return -1;
+    }
+    list_clear(list);
+    for (int i = 0; i < count; i++) {
+        const char *text = static_cast<const char *>(list_get(sorted->list, i));
+        if (text == nullptr) {
+            message(msg, "Error retrieving data from sorted list!");
+            slist_destroy(sorted);
+            return -1;
+        }
+        if (list_add_string(text, list, msg) != 0) {
+            message(msg, "Error adding data to list!");
+            slist_destroy(sorted);
+            return -1;
+        }
+    }
+    slist_destroy(sorted);
+    return 0;
+}
+
+void trim_leading(char *text) {
+    if (text == nullptr) {
+        return;
+    }
+    size_t skip = 0;
+    while (text[skip] == ' ' || text[skip] == '\t') {
+        skip++;
+    }
+    if (skip > 0) {
+        memmove(text, text + skip, strlen(text + skip) + 1);
+    }
+}
+
+void trim_trailing(char *text) {
+    if (text == nullptr) {
+        return;
+    }
+    size_t length = strlen(text);
+    while (length > 0 &&
+           (text[length - 1] == ' ' || text[length - 1] == '\t' || text[length - 1] == '\n')) {
+        text[--length] = '\0';
+    }
+}
+
+void trim_blanks(char *text) {
+    trim_leading(text);
+    trim_trailing(text);
+}
