@@ -70,6 +70,11 @@ enum LineString {
     LS_COUNT
 };
 
+// Parses a cursor-addressing template given in decoded form (as tc_str
+// returns it) into the template term_goto expands; term_init does this with
+// "cm". 0 when usable, -1 when not (term_goto then gives "('cm' error)").
+int term_parse_cursor(const char *cm);
+
 const char *term_bc_string();
 const char *term_up_string();
 const char *term_goto(int row, int column);
@@ -96,3 +101,8 @@ int key_read();
 // rather than reading again forever.
 using HangupFn = void (*)();
 void key_on_hangup(HangupFn handler);
+
+// Forgets the loaded description, string area, output strings, key table and
+// buffered input, as at process start. For tests and fuzzing only: the
+// program itself never reloads.
+void term_reset();

@@ -1,0 +1,224 @@
+// Keyboard input: raw mode and restore, the key table (a trie of byte
+// sequences in a fixed pool) and the longest-match key reader.
+#include "term/term.h"
+#include "term/term_internal.h"
+
+#include <cerrno>
+#include <cstring>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int POOL_SIZE = 1024;
+constexpr int NONE = -1;
+constexpr int BURST = 250;
+
+struct KeyNode {
+    unsigned char byte;
+    int priority; // -1: only on the way to longer sequences
+    int code;     // -1: no key ends here
+    int next;     // first node of the next level
+    int lower;    // siblings: a binary search tree by byte
+    int higher;
+};
+
+KeyNode pool[POOL_SIZE];
+int pool_used;
+int top = NONE;
+
+unsigned char input[BURST + 1];
+unsigned char read_pos;
+unsigned char input_count; // includes the NUL stored after the bytes
+
+HangupFn hangup_handler;
+
+// Finds the byte among the siblings starting at *level, adding it when
+// missing. Returns its index, or NONE when the pool is exhausted.
+int level_find_or_add(int *level, unsigned char byte) {
+    int *link = level;
+    while (*link != NONE) {
+        KeyNode &n = pool[*link];
+        if (byte == n.byte)
+            return *link;
+        link = byte < n.byte ? &n.lower : &n.higher;
+    }
+    if (pool_used >= POOL_SIZE)
+        return NONE;
+    int index = pool_used++;
+    pool[index] = KeyNode{byte, -1, -1, NONE, NONE, NONE};
+    *link = index;
+    return index;
+}
+
+int level_find(int level, unsigned char byte) {
+    while (level != NONE) {
+        const KeyNode &n = pool[level];
+        if (byte == n.byte)
+            return level;
+        level = byte < n.byte ? n.lower : n.higher;
+    }
+    return NONE;
+}
+
+void bind_cap(const char *cap, int code, int priority) {
+    if (const char *seq = tc_str(cap))
+        key_bind(seq, priority, code);
+}
+
+[[noreturn]] void hang_up() {
+    if (hangup_handler)
+        hangup_handler();
+    _exit(255);
+}
+
+void fill_buffer() {
+    for (;;) {
+        ssize_t n = read(0, input, BURST);
+        if (n > 0) {
+            read_pos = 0;
+            input[n] = 0;
+            input_count = static_cast<unsigned char>(n + 1);
+            return;
+        }
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+            // Non-blocking descriptor: wait for input instead of spinning.
+            pollfd p{0, POLLIN, 0};
+            poll(&p, 1, -1);
+            continue;
+        }
+        // End of file or a real error: the terminal has gone away.
+        hang_up();
+    }
+}
+
+} // namespace
+
+int term_raw_mode(TermState *state, unsigned char min_chars, unsigned char tenths) {
+    struct termio &m = state->work_mode;
+    m.c_lflag &= static_cast<unsigned short>(~(ECHO | ICANON));
+    m.c_iflag &= static_cast<unsigned short>(~ICRNL);
+    m.c_cc[VMIN] = min_chars;
+    m.c_cc[VTIME] = tenths;
+    m.c_cc[VINTR] = 255;
+    m.c_cc[VQUIT] = 255;
+    return ioctl(0, TCSETA, &m);
+}
+
+void term_restore(TermState *state) {
+    ioctl(0, TCSETA, &state->saved_mode);
+    state->work_mode = state->saved_mode;
+}
+
+int key_bind(const char *sequence, int priority, int code) {
+    if (!sequence || !*sequence)
+        return -1;
+    int *level = &top;
+    int node = NONE;
+    for (const unsigned char *p = reinterpret_cast<const unsigned char *>(sequence); *p; ++p) {
+        if (node != NONE)
+            level = &pool[node].next;
+        node = level_find_or_add(level, *p);
+        if (node == NONE)
+            return -1;
+    }
+    if (pool[node].priority > priority)
+        return -1;
+    pool[node].priority = priority;
+    pool[node].code = code;
+    return node;
+}
+
+void key_init() {
+    char one[2] = {0, 0};
+    for (int b = 1; b <= 255; ++b) {
+        one[0] = static_cast<char>(b);
+        key_bind(one, 0, b);
+    }
+    bind_cap("kl", KEY_LEFT, 4);
+    bind_cap("kr", KEY_RIGHT, 4);
+    bind_cap("ku", KEY_UP, 4);
+    bind_cap("kd", KEY_DOWN, 4);
+
+    bind_cap("kb", KEY_BACKSPACE, 1);
+    if (tc_flag("bs"))
+        key_bind("\b", 1, KEY_BACKSPACE);
+    if (const char *dk = tc_str("dk"))
+        key_bind(dk, 1, KEY_DELETE);
+    else if (const char *dk2 = tc_str("Dk"))
+        key_bind(dk2, 1, KEY_DELETE);
+    else
+        key_bind("\177", 1, KEY_DELETE);
+    bind_cap("al", KEY_INSERT, 1);
+    bind_cap("ta", KEY_TAB, 1);
+    bind_cap("bt", KEY_BACKTAB, 1);
+    key_bind("\020", 1, KEY_PGUP);
+    bind_cap("PU", KEY_PGUP, 1);
+    key_bind("\016", 1, KEY_PGDN);
+    bind_cap("PD", KEY_PGDN, 1);
+    bind_cap("ho", KEY_HOME, 1);
+    bind_cap("EN", KEY_END, 1);
+
+    char esc_digit[3] = {27, 0, 0};
+    for (int i = 0; i < 10; ++i) {
+        esc_digit[1] = static_cast<char>('0' + (i + 1) % 10);
+        key_bind(esc_digit, 3, KEY_F1 + i);
+    }
+    int start = tc_num("FS");
+    if (start < 0 || start > 9)
+        start = 0;
+    char cap[3] = {'k', 0, 0};
+    for (int i = 0; i < 10; ++i) {
+        cap[1] = static_cast<char>('0' + (start + i) % 10);
+        bind_cap(cap, KEY_F1 + i, 3);
+    }
+    key_bind("\033\033", 2, KEY_ESC_ESC);
+    key_bind("\033?", 2, KEY_ESC_QUERY);
+    key_bind("\033/", 2, KEY_ESC_SLASH);
+}
+
+int key_read() {
+    for (;;) {
+        if (read_pos >= input_count)
+            fill_buffer();
+        int level = top;
+        int best = -1;
+        int best_len = 0;
+        for (int i = read_pos; i < input_count && input[i] != 0 && level != NONE; ++i) {
+            int node = level_find(level, input[i]);
+            if (node == NONE)
+                break;
+            if (pool[node].code >= 0) {
+                best = pool[node].code;
+                best_len = i - read_pos + 1;
+            }
+            level = pool[node].next;
+        }
+        if (best >= 0) {
+            read_pos = static_cast<unsigned char>(read_pos + best_len);
+            return best;
+        }
+        ++read_pos; // a NUL byte (or a byte the table lacks): skip it
+    }
+}
+
+void key_on_hangup(HangupFn handler) {
+    hangup_handler = handler;
+}
+
+void key_reset() {
+    pool_used = 0;
+    top = NONE;
+    read_pos = 0;
+    input_count = 0;
+    hangup_handler = nullptr;
+}
+
+void term_reset() {
+    tc_reset();
+    output_reset();
+    key_reset();
+}

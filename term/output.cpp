@@ -1,0 +1,364 @@
+// Terminal output: cursor addressing from the "cm" template, cursor
+// visibility, line drawing, clear, beep. Fixed buffers; one write per text.
+#include "term/term.h"
+#include "term/term_internal.h"
+
+#include <cstdio>
+#include <cstring>
+#include <unistd.h>
+
+namespace {
+
+constexpr int PIECES_MAX = 10;
+constexpr int LITERAL_STORE = 64;
+constexpr int RESULT_MAX = 128;
+const char CM_ERROR[] = "('cm' error)";
+
+enum PieceKind { P_FREE, P_LITERAL, P_DEC, P_DEC2, P_DEC3, P_CHAR, P_OFFSET };
+
+struct Piece {
+    PieceKind kind;
+    int column;     // 0 takes the row, 1 the column
+    int offset;     // offset byte of P_OFFSET
+    int text_start; // P_LITERAL: position in the literal store
+};
+
+struct CursorTemplate {
+    int usable;
+    int origin;
+    Piece pieces[PIECES_MAX];
+    char literals[LITERAL_STORE];
+};
+
+CursorTemplate tmpl;
+char result[RESULT_MAX] = "('cm' error)";
+const char *bc_settled = "(BC)";
+const char *up_settled = "(UP)";
+
+const char *cursor_on_text = "";
+int cursor_on_len;
+const char *cursor_off_text = "";
+int cursor_off_len;
+
+const char *line_strings[LS_COUNT];
+const char *const LINE_CAPS[LS_COUNT] = {"GS", "GE", "GH", "GV", "GC", "GL", "GD",
+                                         "GR", "GU", "G1", "G2", "G3", "G4"};
+const char *const LINE_FALLBACK[LS_COUNT] = {"",  "",  "-", "|", "+", "+", "+",
+                                             "+", "+", "+", "+", "+", "+"};
+
+const char *clear_text;
+int clear_len = -1; // -1: not looked up yet
+int lines_value;
+bool lines_known;
+int auto_margin_value = -1;
+
+// Appends to the result, cutting (never overflowing) an over-long motion:
+// a terminal whose template expands past 127 bytes cannot be driven anyway,
+// and a cut text is safer than writing beyond the buffer.
+struct Out {
+    int len;
+    void put(char c) {
+        if (len < RESULT_MAX - 1)
+            result[len++] = c;
+    }
+    void puts(const char *s) {
+        while (*s)
+            put(*s++);
+    }
+    void decimal(int value, int min_digits) {
+        char digits[16];
+        int n = 0;
+        unsigned v = value < 0 ? 0u - static_cast<unsigned>(value) : static_cast<unsigned>(value);
+        do {
+            digits[n++] = static_cast<char>('0' + v % 10);
+            v /= 10;
+        } while (v);
+        while (n < min_digits)
+            digits[n++] = '0';
+        if (value < 0)
+            put('-');
+        while (n > 0)
+            put(digits[--n]);
+    }
+};
+
+void expand(Out &out, int row, int column) {
+    int values[2] = {row + tmpl.origin, column + tmpl.origin};
+    int compensation[2] = {0, 0};
+    for (const Piece &piece : tmpl.pieces) {
+        int value = values[piece.column];
+        switch (piece.kind) {
+        case P_FREE:
+            break;
+        case P_LITERAL:
+            out.puts(tmpl.literals + piece.text_start);
+            break;
+        case P_DEC:
+            out.decimal(value, 1);
+            break;
+        case P_DEC2:
+            out.decimal(value, 2);
+            break;
+        case P_DEC3:
+            out.decimal(value, 3);
+            break;
+        case P_OFFSET:
+            out.put(static_cast<char>((value + piece.offset) & 0xff));
+            break;
+        case P_CHAR:
+            // NUL would end the text, and 8, 9, 10 are moved by tty output
+            // processing; send 1 or 11 and step back with up/bc afterwards.
+            if (value == 0) {
+                out.put(1);
+                compensation[piece.column] += 1;
+            } else if (value >= 8 && value <= 10) {
+                out.put(11);
+                compensation[piece.column] += 11 - value;
+            } else {
+                out.put(static_cast<char>(value & 0xff));
+            }
+            break;
+        }
+    }
+    for (int i = 0; i < compensation[0]; ++i)
+        out.puts(up_settled);
+    for (int i = 0; i < compensation[1]; ++i)
+        out.puts(bc_settled);
+}
+
+void write_all(const char *text, size_t len) {
+    if (len > 0) {
+        ssize_t ignored = write(1, text, len);
+        (void)ignored;
+    }
+}
+
+} // namespace
+
+int term_parse_cursor(const char *cm) {
+    memset(&tmpl, 0, sizeof tmpl);
+    snprintf(result, sizeof result, "%s", CM_ERROR);
+    if (!cm)
+        return -1;
+    tmpl.usable = 1;
+    int selector = 0;
+    int npieces = 0;
+    int store_used = 0;
+    int open_literal = -1;
+    auto new_piece = [&](PieceKind kind) -> Piece * {
+        if (npieces >= PIECES_MAX) {
+            tmpl.usable = 0;
+            return nullptr;
+        }
+        Piece *p = &tmpl.pieces[npieces++];
+        p->kind = kind;
+        return p;
+    };
+    auto add_literal = [&](char c) {
+        if (open_literal < 0) {
+            Piece *p = new_piece(P_LITERAL);
+            if (!p)
+                return;
+            open_literal = static_cast<int>(p - tmpl.pieces);
+            p->text_start = store_used;
+            ++store_used; // the literal's terminator
+        }
+        if (store_used + 1 > LITERAL_STORE - 1) {
+            tmpl.usable = 0;
+            return;
+        }
+        // Insert before the reserved terminator.
+        tmpl.literals[store_used - 1] = c;
+        tmpl.literals[store_used] = '\0';
+        ++store_used;
+    };
+    auto add_conversion = [&](PieceKind kind, int offset) {
+        open_literal = -1;
+        Piece *p = new_piece(kind);
+        if (!p)
+            return;
+        p->column = selector;
+        p->offset = offset;
+        selector ^= 1;
+    };
+    const char *s = cm;
+    while (tmpl.usable && *s) {
+        if (s[0] != '%' || s[1] == '\0') {
+            add_literal(*s++);
+            continue;
+        }
+        switch (s[1]) {
+        case 'r':
+            selector ^= 1;
+            break;
+        case 'i':
+            tmpl.origin = 1;
+            break;
+        case 'd':
+            add_conversion(P_DEC, 0);
+            break;
+        case '2':
+            add_conversion(P_DEC2, 0);
+            break;
+        case '3':
+            add_conversion(P_DEC3, 0);
+            break;
+        case '.':
+            add_conversion(P_CHAR, 0);
+            break;
+        case '%':
+            add_literal('%');
+            break;
+        case '+':
+            if (s[2] == '\0') {
+                tmpl.usable = 0;
+                break;
+            }
+            add_conversion(P_OFFSET, static_cast<unsigned char>(s[2]));
+            ++s;
+            break;
+        default:
+            // Not a code: the "%" is text, the next character is read anew.
+            add_literal('%');
+            ++s;
+            continue;
+        }
+        s += 2;
+    }
+    if (!tmpl.usable) {
+        memset(&tmpl, 0, sizeof tmpl);
+        return -1;
+    }
+    return 0;
+}
+
+const char *term_bc_string() {
+    if (const char *s = tc_str("bc"))
+        return s;
+    if (tc_flag("bs"))
+        return "\b";
+    if (const char *s = tc_str("kl"))
+        return s;
+    return "(BC)";
+}
+
+const char *term_up_string() {
+    if (const char *s = tc_str("up"))
+        return s;
+    if (const char *s = tc_str("ku"))
+        return s;
+    return "(UP)";
+}
+
+void term_settle_motion() {
+    bc_settled = term_bc_string();
+    up_settled = term_up_string();
+    term_parse_cursor(tc_str("cm"));
+}
+
+const char *term_goto(int row, int column) {
+    if (!tmpl.usable)
+        return result;
+    Out out{0};
+    if (column == 79)
+        expand(out, row, 78);
+    expand(out, row, column);
+    result[out.len] = '\0';
+    return result;
+}
+
+void term_screen_strings() {
+    const char *on = tc_str("CN");
+    if (!on)
+        on = tc_str("CO");
+    if (tc_flag("Ab"))
+        on = "\033[=1;14C";
+    const char *off = tc_str("CF");
+    if (!on || !off) {
+        cursor_on_text = cursor_off_text = "";
+        cursor_on_len = cursor_off_len = 0;
+    } else {
+        cursor_on_text = on;
+        cursor_on_len = static_cast<int>(strlen(on));
+        cursor_off_text = off;
+        cursor_off_len = static_cast<int>(strlen(off));
+    }
+    bool all = true;
+    for (int i = 0; i < LS_COUNT; ++i) {
+        line_strings[i] = tc_str(LINE_CAPS[i]);
+        if (!line_strings[i])
+            all = false;
+    }
+    // Never mix the terminal's pieces with ASCII ones.
+    if (!all) {
+        for (int i = 0; i < LS_COUNT; ++i)
+            line_strings[i] = LINE_FALLBACK[i];
+    }
+}
+
+const char *term_line_string(int which) {
+    if (which < 0 || which >= LS_COUNT || !line_strings[which])
+        return "";
+    return line_strings[which];
+}
+
+void term_cursor_on() {
+    write_all(cursor_on_text, static_cast<size_t>(cursor_on_len));
+}
+
+void term_cursor_off() {
+    write_all(cursor_off_text, static_cast<size_t>(cursor_off_len));
+}
+
+int term_lines() {
+    if (!lines_known) {
+        lines_value = tc_num("li");
+        lines_known = true;
+    }
+    return lines_value;
+}
+
+void term_clear() {
+    if (clear_len < 0) {
+        clear_text = tc_str("cl");
+        clear_len = clear_text ? static_cast<int>(strlen(clear_text)) : 0;
+    }
+    if (clear_len > 0) {
+        write_all(clear_text, static_cast<size_t>(clear_len));
+        return;
+    }
+    int count = 2 * term_lines();
+    for (int i = 0; i < count; ++i)
+        write_all("\n", 1);
+}
+
+int term_auto_margin() {
+    if (auto_margin_value < 0) {
+        int aw = tc_num("aw");
+        if (aw >= 0)
+            auto_margin_value = aw != 0 ? 1 : 0;
+        else
+            auto_margin_value = term_lines() <= 24 ? 1 : 0;
+    }
+    return auto_margin_value;
+}
+
+void term_beep() {
+    fputc(7, stdout);
+    fflush(stdout);
+}
+
+void output_reset() {
+    memset(&tmpl, 0, sizeof tmpl);
+    snprintf(result, sizeof result, "%s", CM_ERROR);
+    bc_settled = "(BC)";
+    up_settled = "(UP)";
+    cursor_on_text = cursor_off_text = "";
+    cursor_on_len = cursor_off_len = 0;
+    for (auto &s : line_strings)
+        s = nullptr;
+    clear_text = nullptr;
+    clear_len = -1;
+    lines_known = false;
+    auto_margin_value = -1;
+}
