@@ -1,0 +1,230 @@
+// Drawing into a window's own cells: blanking, text, line pieces. Only
+// win_cursor touches the terminal.
+#include "win/win_internal.h"
+
+#include <unistd.h>
+
+#include "term/term.h"
+
+namespace {
+
+void move_cursor(Window *w, int row, int column) {
+    if (row == -1)
+        row = w->cursor_row;
+    if (column == -1)
+        column = w->cursor_column;
+    if (row < 0 || row >= w->rows || column < 0 || column >= w->columns) {
+        row = 0;
+        column = 0;
+    }
+    w->cursor_row = row;
+    w->cursor_column = column;
+}
+
+unsigned char colour_for(const Window *w, unsigned char attribute) {
+    if (attribute & ATTR_LINE)
+        return w->line_colour;
+    if (attribute & ATTR_REV)
+        return w->reverse_colour;
+    return w->normal_colour;
+}
+
+int put_char(Window *w, char c) {
+    long n = static_cast<long>(w->cursor_row) * w->columns + w->cursor_column;
+    if (n < 0 || n >= w->cell_count)
+        return -1;
+    Cell &cell = w->cells[n];
+    cell.character = static_cast<unsigned char>(c);
+    cell.attribute = w->attribute;
+    cell.colour = colour_for(w, w->attribute);
+    w->cursor_column++;
+    return 0;
+}
+
+int pattern_mask(char c) {
+    switch (c) {
+    case '-':
+    case '0':
+        return 6;
+    case '|':
+    case '.':
+        return 9;
+    case '1':
+        return 5;
+    case '2':
+        return 7;
+    case '3':
+        return 3;
+    case '4':
+        return 13;
+    case '5':
+        return 15;
+    case '6':
+        return 11;
+    case '7':
+        return 12;
+    case '8':
+        return 14;
+    case '9':
+        return 10;
+    default:
+        return 0;
+    }
+}
+
+} // namespace
+
+char win_join_character(int mask) {
+    // Keypad digits name the piece by where it sits in a box.
+    static const char table[16] = {0,   '|', '-', '3', '-', '1', '-', '2',
+                                   '|', '|', '9', '6', '7', '4', '8', '5'};
+    return mask >= 0 && mask < 16 ? table[mask] : 0;
+}
+
+int win_clear(int id, int row, int column, int rows, int columns) {
+    Window *w = win_lookup(id);
+    if (!w)
+        return -1;
+    if (rows < 0)
+        rows = w->rows - row;
+    if (columns < 0)
+        columns = w->columns - column;
+    int top = row < 0 ? 0 : row;
+    int left = column < 0 ? 0 : column;
+    int bottom = row + rows > w->rows ? w->rows : row + rows;
+    int right = column + columns > w->columns ? w->columns : column + columns;
+    unsigned char attribute = 0;
+    if (w == win_lookup(0) && clear_marks_changed)
+        attribute = ATTR_CHANGED;
+    for (int y = top; y < bottom; y++) {
+        Cell *cell = w->cells + y * w->columns;
+        for (int x = left; x < right; x++)
+            cell[x] = Cell{' ', attribute, WIN_BLANK_COLOUR, 0};
+    }
+    return 0;
+}
+
+int win_puts(int id, int row, int column, const char *text, int attribute) {
+    Window *w = win_lookup(id);
+    if (!w)
+        return -1;
+    move_cursor(w, row, column);
+    unsigned char own = w->attribute;
+    if (attribute >= 0 && attribute < 255)
+        w->attribute = static_cast<unsigned char>(attribute);
+    int written = 0;
+    if (text)
+        for (; text[written]; written++)
+            if (put_char(w, text[written]) < 0)
+                break;
+    w->attribute = own;
+    return written;
+}
+
+int win_cursor(int id, int row, int column) {
+    Window *w = win_lookup(id);
+    if (!w)
+        return -1;
+    if (row >= 0 || column >= 0)
+        move_cursor(w, row, column);
+    int y = w->cursor_row + w->screen_row;
+    int x = w->cursor_column + w->screen_column;
+    if (y >= 0 && y < WIN_SCREEN_ROWS && x >= 0 && x < WIN_SCREEN_COLUMNS) {
+        const char *motion = term_goto(y, x);
+        size_t length = 0;
+        while (motion[length])
+            length++;
+        // Standard error is unbuffered, so the motion lands at once.
+        ssize_t ignored = write(2, motion, length);
+        (void)ignored;
+    }
+    return 0;
+}
+
+int win_line_cell(int id, int merge, int row, int column, int mask) {
+    Window *w = win_lookup(id);
+    if (!w)
+        return -1;
+    if (row < 0 || row >= w->rows || column < 0 || column >= w->columns)
+        return -1;
+    Cell &cell = w->cells[row * w->columns + column];
+    if (merge) {
+        // Text keeps no meaningful joins: start the piece afresh.
+        if (cell.attribute != ATTR_LINE)
+            cell.join = 0;
+        cell.join = static_cast<unsigned char>(cell.join | mask);
+    } else {
+        cell.join = static_cast<unsigned char>(mask);
+    }
+    cell.attribute = ATTR_LINE;
+    char c = win_join_character(cell.join);
+    if (c)
+        cell.character = static_cast<unsigned char>(c);
+    return 0;
+}
+
+int win_hline(int id, int merge, int ends, int row, int column, int length) {
+    Window *w = win_lookup(id);
+    if (!w)
+        return -1;
+    if (length < 0)
+        length = w->columns - column;
+    if (length < 1)
+        return -1;
+    win_line_cell(id, merge, row, column, ends ? 4 : 6);
+    for (int x = column + 1; x <= column + length - 2; x++)
+        win_line_cell(id, merge, row, x, 6);
+    win_line_cell(id, merge, row, column + length - 1, ends ? 2 : 6);
+    return 0;
+}
+
+int win_vline(int id, int merge, int ends, int row, int column, int length) {
+    Window *w = win_lookup(id);
+    if (!w)
+        return -1;
+    if (length < 0)
+        length = w->rows - row;
+    if (length < 1)
+        return -1;
+    win_line_cell(id, merge, row, column, ends ? 8 : 9);
+    for (int y = row + 1; y <= row + length - 2; y++)
+        win_line_cell(id, merge, y, column, 9);
+    win_line_cell(id, merge, row + length - 1, column, ends ? 1 : 9);
+    return 0;
+}
+
+int win_box(int id, int merge, int row, int column, int rows, int columns) {
+    Window *w = win_lookup(id);
+    if (!w)
+        return -1;
+    if (rows < 0)
+        rows = w->rows - row;
+    if (columns < 0)
+        columns = w->columns - column;
+    if (rows < 2 || columns < 2)
+        return -1;
+    int last_row = row + rows - 1;
+    int last_column = column + columns - 1;
+    win_line_cell(id, merge, row, column, 12);
+    win_hline(id, merge, 0, row, column + 1, columns - 2);
+    win_line_cell(id, merge, row, last_column, 10);
+    win_vline(id, merge, 0, row + 1, column, rows - 2);
+    win_vline(id, merge, 0, row + 1, last_column, rows - 2);
+    win_line_cell(id, merge, last_row, column, 5);
+    win_hline(id, merge, 0, last_row, column + 1, columns - 2);
+    win_line_cell(id, merge, last_row, last_column, 3);
+    return 0;
+}
+
+int win_put_lines(int id, int merge, int row, int column, const char *pattern) {
+    if (!win_lookup(id))
+        return -1;
+    int i = 0;
+    if (pattern)
+        for (; pattern[i]; i++) {
+            int mask = pattern_mask(pattern[i]);
+            if (mask)
+                win_line_cell(id, merge, row, column + i, mask);
+        }
+    return i;
+}
