@@ -1,0 +1,101 @@
+// Program entry: version options, the user and argument checks, the terminal
+// description, then the terminal session.
+#include "app/app.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <pwd.h>
+#include <unistd.h>
+
+#include "forms/forms.h"
+#include "support/paths.h"
+
+namespace {
+
+// The one terminal-state record of the run.
+TermState term_state;
+
+// Refusals leave through here so that the message is out before the exit.
+int refuse(const char *message) {
+    if (message != nullptr)
+        fputs(message, stdout);
+    fflush(stdout);
+    return 255;
+}
+
+// The password database is searched with the real user ID cut to 16 bits,
+// as the installed base's user tables are.
+int user_known() {
+    unsigned int uid = static_cast<unsigned int>(getuid()) & 0xFFFFu;
+    int found = 0;
+    setpwent();
+    for (struct passwd *pw = getpwent(); pw != nullptr; pw = getpwent()) {
+        if (static_cast<unsigned int>(pw->pw_uid) == uid) {
+            found = 1;
+            break;
+        }
+    }
+    endpwent();
+    return found;
+}
+
+// Names the description files that the search reads, in its order, for the
+// message given when the terminal type has no description.
+void print_search_places() {
+    const char *avtermcap = getenv("AVTERMCAP");
+    const char *qxtermcap = getenv("QXTERMCAP");
+    const char *termcap = getenv("TERMCAP");
+    if (avtermcap != nullptr && avtermcap[0] == '/') {
+        fputs(avtermcap, stdout);
+        return;
+    }
+    if (qxtermcap != nullptr && qxtermcap[0] == '/') {
+        fputs(qxtermcap, stdout);
+        return;
+    }
+    fputs(AV_PATH_TERMDEF ", /etc/termcap.AV, /etc/termcap.AVQX, /etc/termcap", stdout);
+    if (termcap != nullptr && termcap[0] == '/')
+        printf(", %s", termcap);
+}
+
+} // namespace
+
+int app_main(int argc, char **argv) {
+    if (argc == 2 && (strcmp(argv[1], "-qv") == 0 || strcmp(argv[1], "-pv") == 0)) {
+        printf("Program Version: %s\n", AV_VERSION);
+        fflush(stdout);
+        return 0;
+    }
+    if (argc == 2 && strcmp(argv[1], "-v") == 0) {
+        printf("\nArdovane PC Conduvia Configuration Program Version: %s\n", AV_VERSION);
+        fflush(stdout);
+        return 0;
+    }
+    if (getuid() != 0)
+        return refuse("\aThe configuration program must be run by 'root'.\n");
+    if (!user_known())
+        return refuse(nullptr);
+    if (argc > 1)
+        return refuse("\aInvalid Argument...\n");
+
+    // Without a description there is nothing to drive the screen with, and
+    // without a mode read at start there is nothing to restore: stop here,
+    // before the terminal is touched, and say where descriptions were sought.
+    int loaded = term_init(1, &term_state);
+    if (loaded == -1)
+        return refuse("avconfig: no terminal type set (AVTERM, QXTERM, TERM)\n");
+    if (loaded != 0) {
+        printf("avconfig: no description for terminal '%s' in ", term_state.term_name);
+        print_search_places();
+        return refuse("\n");
+    }
+    // term_init cannot tell whether the mode was read; a program whose input
+    // is not a terminal has no mode to set or to put back.
+    if (!isatty(0))
+        return refuse("avconfig: standard input is not a terminal\n");
+
+    if (tc_flag("Ne") == 1)
+        escape_key_setting = 0;
+    return term_session(&term_state);
+}

@@ -1,3 +1,0 @@
-#include "app/app.h"
-
-int app_main(int, char **) { return 0; }
