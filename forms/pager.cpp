@@ -1,0 +1,160 @@
+// Read-only document pager: scrolls a list of lines by line, half page and
+// page; every other key goes back to the screen.
+#include <cstdio>
+#include <cstring>
+
+#include "forms/forms.h"
+#include "term/term.h"
+#include "win/win.h"
+
+namespace {
+
+constexpr int LINE_MAX_COLUMNS = 255;
+
+void draw_line(Pager *pager, List *list, int i) {
+    int width = pager->width;
+    if (width > LINE_MAX_COLUMNS)
+        width = LINE_MAX_COLUMNS;
+    if (width < 0)
+        width = 0;
+    const char *line = static_cast<const char *>(list_get(list, i));
+    if (line == nullptr)
+        line = "";
+    char cut[LINE_MAX_COLUMNS + 1];
+    size_t n = strnlen(line, (size_t)width);
+    std::memcpy(cut, line, n);
+    cut[n] = '\0';
+    char format[16];
+    std::snprintf(format, sizeof format, "%%-%ds", width);
+    char row[LINE_MAX_COLUMNS + 1];
+    std::snprintf(row, sizeof row, format, cut);
+    win_puts(pager->window, pager->first_row + i - pager->top, pager->column, row, 0);
+    win_refresh(pager->window, 0, 0, -1, -1);
+}
+
+bool last_line_visible(const Pager *pager) {
+    return pager->top + pager->rows - 1 >= pager->count - 1;
+}
+
+void scroll(Pager *pager, List *list, int d) {
+    if (d == 0 || pager->count <= 0) {
+        term_beep();
+        return;
+    }
+    if ((pager->top == 0 && d < 0) || (last_line_visible(pager) && d > 0)) {
+        term_beep();
+        return;
+    }
+    if (pager->top + d < 0)
+        d = -pager->top;
+    pager->top += d;
+    pager_show(pager, list);
+}
+
+} // namespace
+
+void pager_init(Pager *pager) {
+    pager->window = -1;
+    pager->top = 0;
+    pager->count = 0;
+    pager->first_row = 0;
+    pager->column = 0;
+    pager->width = 0;
+    pager->rows = 0;
+    pager->park_row = 0;
+    pager->park_column = 0;
+    pager->mark_row = 22;
+    pager->mark_column = 72;
+}
+
+void pager_show(Pager *pager, List *list) {
+    pager->count = list_count(list);
+    if (pager->top < 0)
+        pager->top = 0;
+    for (int i = pager->top; i < pager->count && i <= pager->top + pager->rows - 1; i++)
+        draw_line(pager, list, i);
+    if (pager->count - pager->top < pager->rows) {
+        int r = pager->count - pager->top;
+        if (r < 0)
+            r = 0;
+        for (; r < pager->rows; r++)
+            win_clear(pager->window, pager->first_row + r, pager->column, 1, pager->width);
+    }
+
+    int w = pager->window;
+    int row = pager->mark_row;
+    int column = pager->mark_column;
+    if (pager->count <= pager->rows) {
+        win_put_lines(w, 0, row, column, "00000000");
+    } else if (pager->top > 0 && pager->top >= pager->count - pager->rows) {
+        win_puts(w, row, column, "^ More ", ATTR_REV);
+        win_put_lines(w, 0, row, column + 7, "0");
+    } else if (pager->top == 0) {
+        win_put_lines(w, 0, row, column, "0");
+        win_puts(w, row, column + 1, " More v", ATTR_REV);
+    } else {
+        win_puts(w, row, column, "^ More v", ATTR_REV);
+    }
+    win_refresh(w, 0, 0, -1, -1);
+}
+
+int pager_run(Pager *pager, List *list) {
+    term_cursor_off();
+    pager->count = list_count(list);
+    if (pager->count == 0) {
+        pager->top = 0;
+    } else if (pager->top + pager->rows > pager->count - 1 && pager->count > pager->rows) {
+        // Coming back after a page move past the end: the last line goes
+        // back to the last row.
+        pager->top = pager->count - pager->rows;
+    }
+    pager_show(pager, list);
+
+    for (;;) {
+        win_cursor(pager->window, pager->park_row, pager->park_column);
+        term_cursor_on();
+        int key = key_read();
+        term_cursor_off();
+
+        switch (key) {
+        case KEY_UP:
+        case 8:
+        case KEY_BACKSPACE:
+            scroll(pager, list, -1);
+            break;
+        case KEY_DOWN:
+        case ' ':
+            scroll(pager, list, 1);
+            break;
+        case KEY_PGUP:
+            scroll(pager, list, -(pager->rows - 1));
+            break;
+        case KEY_PGDN:
+            scroll(pager, list, pager->rows - 1);
+            break;
+        case 9:
+        case KEY_TAB:
+            scroll(pager, list, pager->rows / 2);
+            break;
+        case KEY_BACKTAB:
+            scroll(pager, list, -(pager->rows / 2));
+            break;
+        case KEY_HOME:
+            if (pager->top == 0) {
+                term_beep();
+            } else {
+                pager->top = 0;
+                pager_show(pager, list);
+            }
+            break;
+        case KEY_END:
+            if (last_line_visible(pager))
+                term_beep();
+            else
+                scroll(pager, list, pager->count - pager->rows - pager->top);
+            break;
+        default:
+            return key;
+        }
+    }
+}
