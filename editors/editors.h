@@ -24,6 +24,11 @@ int ip_entry_dialog(int parent, int mode, int index, IpEntry *entry, List *lines
 // Fixed-column line <-> entry.
 void ip_parse_line(const char *line, IpEntry *entry);
 void ip_format_line(const IpEntry *entry, char *line, int size);
+// The entry dialog's focus order over its seven controls (0 name, 1 radio 0,
+// 2 address, 3 radio 1, 4 Hawser name, 5 radio 2, 6 Samba name): only the
+// selected kind's field can take the focus.
+int ip_focus_next(int focus, int kind);
+int ip_focus_previous(int focus, int kind);
 
 // Authorized commands (menu C) and environment variables (menu E).
 void commands_screen();

@@ -1,0 +1,128 @@
+// On-line documentation: the product's documentation file in a full-screen
+// pager, with an offer to print it on the default printer.
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "editors/editors.h"
+#include "forms/forms.h"
+#include "support/paths.h"
+#include "support/support.h"
+#include "term/term.h"
+#include "win/win.h"
+
+namespace {
+
+const char DOC_TITLE[] =
+    "                  Ardovane PC Conduvia - On-Line Documentation                  ";
+const char PRINT_COMMAND[] = "lp -s " AV_PATH_DOC;
+
+constexpr int DOC_ROWS = 24;
+constexpr int DOC_COLUMNS = 80;
+constexpr int LINE_ROW = 22;
+constexpr int LEGEND_ROW = 23;
+constexpr int LEGEND_COLUMN = 18;
+
+// Runs the print command with its output and error streams sent to
+// /dev/null: whatever lp or the shell says would otherwise be written over
+// the full-screen display, where the window refresh would never erase it.
+void run_print_command() {
+    fflush(stdout);
+    fflush(stderr);
+    int saved_out = dup(1);
+    int saved_err = dup(2);
+    int null_fd = open("/dev/null", O_WRONLY);
+    if (null_fd >= 0) {
+        dup2(null_fd, 1);
+        dup2(null_fd, 2);
+        close(null_fd);
+    }
+    // The status is not looked at: the user is told the same in every case.
+    (void)system(PRINT_COMMAND);
+    if (saved_out >= 0) {
+        dup2(saved_out, 1);
+        close(saved_out);
+    }
+    if (saved_err >= 0) {
+        dup2(saved_err, 2);
+        close(saved_err);
+    }
+}
+
+void print_document() {
+    if (yes_no_box(0, "CONFIRM", "Print this information on the default printer?") != 1)
+        return;
+    run_print_command();
+    message_box(0, "", "Help file printed.");
+}
+
+int draw_frame() {
+    int window = win_create(-1, "", 0, 0, DOC_ROWS, DOC_COLUMNS);
+    if (window < 0)
+        return -1;
+    win_puts(window, 0, 0, DOC_TITLE, ATTR_REV);
+    win_hline(window, 0, 1, LINE_ROW, 0, DOC_COLUMNS);
+    win_puts(window, LEGEND_ROW, LEGEND_COLUMN, "Use ", 0);
+    static const char *const legend[] = {"ARROWS", " to move, ", "H",    " to hardcopy, ",
+                                         "X",      " to exit.",  nullptr};
+    legend_puts(window, LEGEND_ROW, LEGEND_COLUMN + 4, legend);
+    return window;
+}
+
+} // namespace
+
+void doc_viewer() {
+    term_cursor_off();
+    int window = draw_frame();
+    if (window < 0) {
+        // Nothing to draw on: say so rather than return to the menu silently.
+        message_box(1, "Error", "Could not open the documentation window!");
+        return;
+    }
+
+    List *lines = list_create(25);
+    if (lines == nullptr) {
+        message_box(1, "Error", "Could not create help list!");
+        win_destroy(window);
+        return;
+    }
+    char msg[AV_MSG_MAX];
+    if (read_line_file(AV_PATH_DOC, lines, "", msg) < 0) {
+        message_box(1, "Error", msg);
+        win_destroy(window);
+        list_destroy(lines);
+        return;
+    }
+
+    Pager pager;
+    pager_init(&pager);
+    pager.window = window;
+    pager.top = 0;
+    pager.count = list_count(lines);
+    pager.first_row = 1;
+    pager.rows = 21;
+    pager.column = 0;
+    pager.width = DOC_COLUMNS;
+    pager.park_row = LEGEND_ROW;
+    pager.park_column = 63; // just after the legend
+    pager_show(&pager, lines);
+    win_show(window);
+
+    for (;;) {
+        int key = pager_run(&pager, lines);
+        if (key == 'H' || key == 'h') {
+            print_document();
+        } else if (key == 'X' || key == 'x' || key == 27 || key == KEY_F5 || key == KEY_F6 ||
+                   key == 4 || key == 7) {
+            break;
+        } else if (key == 12 || key == 18) {
+            term_repaint();
+        } else {
+            term_beep();
+        }
+    }
+
+    win_destroy(window);
+    list_destroy(lines);
+}

@@ -1,0 +1,158 @@
+// The name-to-IP address table: fixed-column lines, edited through the
+// shared table machinery and the entry dialog.
+#include <cstdio>
+#include <cstring>
+#include <unistd.h>
+
+#include "editors/editors.h"
+#include "editors/table_screen.h"
+#include "support/paths.h"
+#include "term/term.h"
+
+namespace {
+
+// Copies up to width characters of line from offset (nothing when the line
+// is shorter) and drops trailing blanks.
+void ip_take_column(const char *line, int length, int offset, int width, char *out) {
+    out[0] = '\0';
+    if (length > offset)
+        str_copy_max(out, line + offset, width);
+    trim_trailing(out);
+}
+
+void ip_load(List *list) {
+    FILE *file = fopen(AV_PATH_IPADDR, "r");
+    if (file == nullptr)
+        return; // no table yet: the screen opens empty
+    char piece[150];
+    char line[TABLE_LINE_MAX];
+    char msg[AV_MSG_MAX];
+    while (fgets(piece, sizeof piece, file) != nullptr) {
+        size_t length = strlen(piece);
+        if (length > 0 && piece[length - 1] == '\n')
+            piece[length - 1] = '\0';
+        snprintf(line, sizeof line, "%-60s", piece);
+        if (list_add_string(line, list, msg) != 0)
+            break;
+    }
+    fclose(file);
+}
+
+int ip_add(TableScreen *screen) {
+    IpEntry entry = {};
+    if (ip_entry_dialog(screen->window, IP_DIALOG_ADD, -1, &entry, screen->list) != 1)
+        return TABLE_STAY;
+    char line[TABLE_LINE_MAX];
+    ip_format_line(&entry, line, sizeof line);
+    char msg[AV_MSG_MAX];
+    if (list_add_string(line, screen->list, msg) != 0) {
+        message_box(1, "Error", msg);
+        return TABLE_FAIL;
+    }
+    return table_resort(screen, line);
+}
+
+int ip_edit(TableScreen *screen) {
+    if (list_count(screen->list) <= 0) {
+        message_box(1, "Note", "There is nothing to edit.");
+        return TABLE_STAY;
+    }
+    int current = screen->pick.current;
+    char *old = static_cast<char *>(list_get(screen->list, current));
+    if (old == nullptr) {
+        message_box(1, "Error", "Error retrieving data from IP list!");
+        return TABLE_STAY;
+    }
+    IpEntry entry;
+    ip_parse_line(old, &entry);
+    if (ip_entry_dialog(screen->window, IP_DIALOG_EDIT, current, &entry, screen->list) != 1)
+        return TABLE_STAY;
+    // The dialog does not change the list, but fetch again rather than keep
+    // a pointer across it.
+    old = static_cast<char *>(list_get(screen->list, current));
+    if (old == nullptr) {
+        message_box(1, "Error", "Error retrieving data from IP list!");
+        return TABLE_STAY;
+    }
+    char line[TABLE_LINE_MAX];
+    ip_format_line(&entry, line, sizeof line);
+    // Every stored line is at least 60 characters and a formatted one is
+    // exactly 60, so it fits in place.
+    memcpy(old, line, strlen(line) + 1);
+    return table_resort(screen, line);
+}
+
+int ip_save(TableScreen *screen) {
+    if (screen->changed == 0)
+        return TABLE_LEAVE;
+    // A missing file is not a failure here: the open below creates it.
+    if (truncate(AV_PATH_IPADDR, 0) != 0) {
+    }
+    FILE *file = open_with_owner(AV_PATH_IPADDR, "w", "root", nullptr, 0666);
+    if (file == nullptr) {
+        message_box(1, "Error", "Error opening IP address file for save!");
+        return TABLE_STAY;
+    }
+    int count = list_count(screen->list);
+    for (int i = 0; i < count; i++) {
+        const char *line = static_cast<const char *>(list_get(screen->list, i));
+        if (line == nullptr)
+            continue;
+        IpEntry entry;
+        ip_parse_line(line, &entry);
+        fprintf(file, "%-15s %-15s  %-25s %d\n", entry.name, entry.address, entry.pc_name,
+                entry.kind);
+        fflush(file);
+    }
+    fclose(file);
+    return TABLE_LEAVE;
+}
+
+const TableHead IP_HEADS[] = {{11, "Name"}, {27, "IP Address"}, {44, "PC Name"}};
+
+const TableLayout IP_LAYOUT = {
+    "                            Name To IP Address Table                            ",
+    9,
+    62,
+    IP_HEADS,
+    3,
+    "Could not create ip list!",
+    ip_load,
+    11,
+    58,
+    "Name: ",
+    8,
+    15,
+    ip_add,
+    ip_edit,
+    ip_save,
+};
+
+} // namespace
+
+void ip_parse_line(const char *line, IpEntry *entry) {
+    int length = static_cast<int>(strlen(line));
+    ip_take_column(line, length, 0, 15, entry->name);
+    ip_take_column(line, length, 16, 15, entry->address);
+    entry->kind = 0;
+    entry->pc_name[0] = '\0';
+    if (length >= 36) {
+        ip_take_column(line, length, 33, 25, entry->pc_name);
+        if (length > 59 && line[59] == '1')
+            entry->kind = 1;
+        else if (length > 59 && line[59] == '2')
+            entry->kind = 2;
+    }
+}
+
+void ip_format_line(const IpEntry *entry, char *line, int size) {
+    snprintf(line, static_cast<size_t>(size), "%-15s %-15s  %-25s %d", entry->name, entry->address,
+             entry->pc_name, entry->kind);
+}
+
+int ip_table_screen() {
+    TableScreen screen;
+    if (table_open(&screen, &IP_LAYOUT, nullptr) != 0)
+        return -1;
+    return table_run(&screen) == TABLE_FAIL ? -1 : 0;
+}

@@ -1,0 +1,228 @@
+#include "editors/table_screen.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "term/term.h"
+#include "win/win.h"
+
+namespace {
+
+constexpr int CTRL_D = 4;
+constexpr int CTRL_G = 7;
+constexpr int CTRL_J = 10;
+constexpr int CTRL_L = 12;
+constexpr int CTRL_M = 13;
+constexpr int CTRL_R = 18;
+constexpr int ESCAPE = 27;
+
+void table_release(TableScreen *screen) {
+    if (screen->window >= 0)
+        win_destroy(screen->window);
+    if (screen->list != nullptr)
+        list_destroy(screen->list);
+    screen->window = -1;
+    screen->list = nullptr;
+}
+
+void table_legend(int window) {
+    const char *pieces[] = {
+        "A", "-Add, ", "D",       "-Delete, ",       "E",       "-Edit, ", "S", "-Search, ", "F6",
+        "/", "^G",     "-Save, ", cancel_key_name(), "-Cancel", nullptr};
+    legend_puts(window, 23, 12, pieces);
+}
+
+void table_delete(TableScreen *screen) {
+    if (list_count(screen->list) <= 0) {
+        message_box(1, "Note", "There is nothing to delete.");
+        return;
+    }
+    if (yes_no_box(0, "CONFIRM", "Delete this entry?") != 1)
+        return;
+    if (list_delete(screen->list, screen->pick.current) != 0) {
+        message_box(1, "Error", "Error deleting item from list!");
+        return;
+    }
+    // The current index may now be past the end; pick_list_run pulls it back.
+    screen->changed = 1;
+}
+
+void table_search(TableScreen *screen) {
+    const TableLayout *layout = screen->layout;
+    int window = win_create(screen->window, "", 8, 25, 5, 30);
+    if (window < 0) {
+        term_beep();
+        return;
+    }
+    win_box(window, 0, 0, 0, 5, 30);
+    win_puts(window, 0, 7, "Search For Entry", 0);
+    win_puts(window, 1, 2, layout->search_label, 0);
+    win_hline(window, 1, 1, 2, 0, -1);
+    const char *pieces[] = {"ENTER", "-Search, ", cancel_key_name(), "-Cancel", nullptr};
+    legend_puts(window, 3, 3, pieces);
+
+    TextField field;
+    field_init(&field);
+    field.window = window;
+    field.row = 1;
+    field.column = layout->search_column;
+    field.width = layout->search_width;
+    field.maximum = layout->search_width;
+    field.no_blanks = 1;
+    field_show(&field, -1);
+    win_show(window);
+
+    int found = -1;
+    for (;;) {
+        int key = field_edit(&field);
+        if (key == CTRL_M || key == CTRL_J || key == CTRL_G || key == KEY_F6) {
+            if (field.text[0] != '\0') {
+                found = list_find_string(field.text, 0, screen->list);
+                if (found < 0) {
+                    char note[FIELD_TEXT_MAX + 40];
+                    snprintf(note, sizeof note, "No entry was found for '%s'", field.text);
+                    message_box(1, "Note", note);
+                }
+            }
+            break;
+        }
+        if (key == ESCAPE || key == KEY_F5 || key == CTRL_D)
+            break;
+        if (key == CTRL_L || key == CTRL_R)
+            term_repaint();
+        else
+            term_beep();
+    }
+    win_destroy(window);
+    if (found >= 0)
+        screen->pick.current = found;
+}
+
+// 1 when the screen may be left.
+int table_cancel(TableScreen *screen) {
+    if (screen->changed == 0)
+        return 1;
+    return yes_no_box(1, "CONFIRM", "Lose all changes?");
+}
+
+} // namespace
+
+void table_dialog_legend(int window, int row, int column) {
+    const char *pieces[] = {"F6", " or ", "^G", "-Save, ", cancel_key_name(), "-Cancel", nullptr};
+    legend_puts(window, row, column, pieces);
+}
+
+int table_open(TableScreen *screen, const TableLayout *layout, const void *detail) {
+    screen->layout = layout;
+    screen->detail = detail;
+    screen->window = -1;
+    screen->list = nullptr;
+    screen->changed = 0;
+    pick_list_init(&screen->pick);
+
+    term_cursor_off();
+    insert_mode = 0;
+    screen->window = win_create(-1, "", 0, 0, 24, 80);
+    if (screen->window < 0) {
+        // Without a window there is nothing to show a message in.
+        term_beep();
+        return -1;
+    }
+    int window = screen->window;
+    win_puts(window, 0, 0, layout->title, ATTR_REV);
+    win_box(window, 0, 1, layout->box_column, 22, layout->box_columns);
+    for (int i = 0; i < layout->head_count; i++)
+        win_puts(window, 1, layout->heads[i].column, layout->heads[i].text, 0);
+    table_legend(window);
+
+    screen->list = list_create(25);
+    if (screen->list == nullptr) {
+        message_box(1, "Error", layout->list_error);
+        table_release(screen);
+        return -1;
+    }
+    layout->load(screen->list);
+    char msg[AV_MSG_MAX];
+    if (sort_string_list(screen->list, msg) != 0) {
+        message_box(1, "Error", msg);
+        table_release(screen);
+        return -1;
+    }
+
+    PickList *pick = &screen->pick;
+    pick->window = window;
+    pick->count = list_count(screen->list);
+    pick->first_row = 2;
+    pick->column = layout->list_column;
+    pick->width = layout->list_width;
+    pick->rows = 20;
+    pick->park_row = 23;
+    pick->park_column = 69;
+    pick_list_show(pick, screen->list);
+    win_show(window);
+    return 0;
+}
+
+int table_resort(TableScreen *screen, const char *text) {
+    char msg[AV_MSG_MAX];
+    if (sort_string_list(screen->list, msg) != 0) {
+        message_box(1, "Error", msg);
+        return TABLE_FAIL;
+    }
+    int found = list_find_string(text, 1, screen->list);
+    if (found >= 0)
+        screen->pick.current = found;
+    screen->changed = 1;
+    return TABLE_STAY;
+}
+
+int table_run(TableScreen *screen) {
+    const TableLayout *layout = screen->layout;
+    int result = TABLE_STAY;
+    while (result == TABLE_STAY) {
+        int key = pick_list_run(&screen->pick, screen->list);
+        switch (key) {
+        case 'A':
+        case 'a':
+            result = layout->add(screen);
+            break;
+        case 'E':
+        case 'e':
+        case CTRL_M:
+        case CTRL_J:
+            result = layout->edit(screen);
+            break;
+        case 'D':
+        case 'd':
+        case KEY_DELETE:
+        case KEY_F2:
+            table_delete(screen);
+            break;
+        case 'S':
+        case 's':
+            table_search(screen);
+            break;
+        case KEY_F6:
+        case CTRL_G:
+            result = layout->save(screen);
+            break;
+        case 'X':
+        case 'x':
+        case ESCAPE:
+        case KEY_F5:
+        case CTRL_D:
+            if (table_cancel(screen))
+                result = TABLE_LEAVE;
+            break;
+        case CTRL_L:
+        case CTRL_R:
+            term_repaint();
+            break;
+        default:
+            term_beep();
+            break;
+        }
+    }
+    table_release(screen);
+    return result;
+}
