@@ -21,7 +21,7 @@ DEB_PACKAGES := cmake ninja-build g++ clang libclang-rt-14-dev pkg-config libgte
 CONFIGURE = $(CMAKE) -G Ninja -Wno-dev
 
 .PHONY: all deps build build-asan build-fuzz test unit-test asan-test fuzz-smoke bench run \
-        sandbox install package clean
+        sandbox release install package clean
 
 all: build
 
@@ -88,6 +88,18 @@ run: sandbox
 	@if [ "$$(id -u)" = 0 ]; then exec $(BUILD)/app/avconfig; \
 	elif unshare --map-root-user true 2>/dev/null; then exec unshare --map-root-user $(BUILD)/app/avconfig; \
 	else echo "avconfig runs only as root: run 'sudo make run', or allow unprivileged user namespaces"; exit 1; fi
+
+# Release tree with the real product root (/usr/lib/ardovane). Configuration
+# files already present under DESTDIR are kept as they are.
+release:
+	$(CONFIGURE) -S . -B $(RELEASE_BUILD) -DCMAKE_BUILD_TYPE=Release -DAV_TESTS=OFF -DAV_BENCH=OFF
+	$(CMAKE) --build $(RELEASE_BUILD) -j $(JOBS)
+
+install: release
+	DESTDIR="$(DESTDIR)" $(CMAKE) --install $(RELEASE_BUILD)
+
+package: release
+	cd $(RELEASE_BUILD) && cpack -G DEB
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD) $(RELEASE_BUILD)
