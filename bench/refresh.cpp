@@ -105,8 +105,9 @@ size_t switch_cost(int from, int to) {
 }
 
 // Lower bound for sending the changed cells of the image: one byte per
-// changed cell, one cursor motion per run of them, and an attribute or
-// line-mode switch wherever the attribute changes (and back at a run's end).
+// changed cell, one cursor motion per run of them (also the cellless run at a
+// guarded bottom-right cell), and an attribute or line-mode switch wherever
+// the attribute changes (and back at a run's end).
 size_t lower_bound() {
     const Window *screen = win_lookup(0);
     size_t bytes = 0;
@@ -115,10 +116,15 @@ size_t lower_bound() {
         for (int x = 0; x < WIN_SCREEN_COLUMNS; x++) {
             const Cell &c = screen->cells[y * WIN_SCREEN_COLUMNS + x];
             int changed = (c.attribute & ATTR_CHANGED) != 0;
-            if (!changed || (term_auto_margin() == 1 && y == 23 && x == 79)) {
+            int guarded = term_auto_margin() == 1 && y == 23 && x == 79;
+            if (!changed || guarded) {
                 if (current >= 0)
                     bytes += switch_cost(current, 0);
                 current = -1;
+                // The guarded cell is never written, but the run that meets it
+                // first still sends its cursor motion.
+                if (changed)
+                    bytes += std::strlen(term_goto(y, x));
                 continue;
             }
             int a = c.attribute & ~ATTR_CHANGED;

@@ -12,15 +12,6 @@
 
 namespace {
 
-constexpr int CTRL_D = 4;
-constexpr int CTRL_G = 7;
-constexpr int CTRL_J = 10;
-constexpr int CTRL_L = 12;
-constexpr int CTRL_M = 13;
-constexpr int CTRL_R = 18;
-constexpr int TAB = 9;
-constexpr int ESCAPE = 27;
-
 // Characters that would break the fixed-column file or the shell commands
 // built from the name and address.
 const char REFUSED[] = " `#$^&*\"|\\/";
@@ -35,12 +26,7 @@ constexpr int FOCUS_COUNT = 7;
 
 void ip_field(TextField *field, int window, int row, int column, int width, int maximum,
               const char *text) {
-    field_init(field);
-    field->window = window;
-    field->row = row;
-    field->column = column;
-    field->width = width;
-    field->maximum = maximum;
+    table_field(field, window, row, column, width, maximum);
     field->length = str_copy_max(field->text, text, maximum);
 }
 
@@ -204,18 +190,8 @@ int ip_entry_dialog(int parent, int mode, int index, IpEntry *entry, List *lines
             result = changed;
             break;
         }
-        case ESCAPE:
-        case KEY_F5:
-        case CTRL_D:
-            if (changed == 0 || yes_no_box(1, "CONFIRM", "Lose changes to this entry?") == 1)
-                result = 0;
-            break;
-        case CTRL_L:
-        case CTRL_R:
-            term_repaint();
-            break;
         default:
-            term_beep();
+            result = table_dialog_key(key, changed);
             break;
         }
     }

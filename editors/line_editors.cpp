@@ -10,15 +10,6 @@
 
 namespace {
 
-constexpr int CTRL_D = 4;
-constexpr int CTRL_G = 7;
-constexpr int CTRL_J = 10;
-constexpr int CTRL_L = 12;
-constexpr int CTRL_M = 13;
-constexpr int CTRL_R = 18;
-constexpr int TAB = 9;
-constexpr int ESCAPE = 27;
-
 constexpr int ENTRY_MAX = 76;
 
 struct LineEditor {
@@ -91,12 +82,7 @@ int line_entry_dialog(int parent, const LineEditor *editor, int mode, int index,
     table_dialog_legend(window, editor->legend_row, 26);
 
     TextField field;
-    field_init(&field);
-    field.window = window;
-    field.row = 1;
-    field.column = editor->field_column;
-    field.width = editor->field_width;
-    field.maximum = ENTRY_MAX;
+    table_field(&field, window, 1, editor->field_column, editor->field_width, ENTRY_MAX);
     // A line read from the file may be longer than anything typed; the
     // field holds what fits its buffer and the line stays whole unless the
     // user saves a change.
@@ -141,18 +127,8 @@ int line_entry_dialog(int parent, const LineEditor *editor, int mode, int index,
             result = changed;
             break;
         }
-        case ESCAPE:
-        case KEY_F5:
-        case CTRL_D:
-            if (changed == 0 || yes_no_box(1, "CONFIRM", "Lose changes to this entry?") == 1)
-                result = 0;
-            break;
-        case CTRL_L:
-        case CTRL_R:
-            term_repaint();
-            break;
         default:
-            term_beep();
+            result = table_dialog_key(key, changed);
             break;
         }
     }

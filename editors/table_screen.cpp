@@ -8,14 +8,6 @@
 
 namespace {
 
-constexpr int CTRL_D = 4;
-constexpr int CTRL_G = 7;
-constexpr int CTRL_J = 10;
-constexpr int CTRL_L = 12;
-constexpr int CTRL_M = 13;
-constexpr int CTRL_R = 18;
-constexpr int ESCAPE = 27;
-
 void table_release(TableScreen *screen) {
     if (screen->window >= 0)
         win_destroy(screen->window);
@@ -62,12 +54,8 @@ void table_search(TableScreen *screen) {
     legend_puts(window, 3, 3, pieces);
 
     TextField field;
-    field_init(&field);
-    field.window = window;
-    field.row = 1;
-    field.column = layout->search_column;
-    field.width = layout->search_width;
-    field.maximum = layout->search_width;
+    table_field(&field, window, 1, layout->search_column, layout->search_width,
+                layout->search_width);
     field.no_blanks = 1;
     field_show(&field, -1);
     win_show(window);
@@ -161,6 +149,32 @@ int table_open(TableScreen *screen, const TableLayout *layout, const void *detai
     pick_list_show(pick, screen->list);
     win_show(window);
     return 0;
+}
+
+void table_field(TextField *field, int window, int row, int column, int width, int maximum) {
+    field_init(field);
+    field->window = window;
+    field->row = row;
+    field->column = column;
+    field->width = width;
+    field->maximum = maximum;
+}
+
+int table_dialog_key(int key, int changed) {
+    switch (key) {
+    case ESCAPE:
+    case KEY_F5:
+    case CTRL_D:
+        return changed == 0 || yes_no_box(1, "CONFIRM", "Lose changes to this entry?") == 1 ? 0
+                                                                                            : -1;
+    case CTRL_L:
+    case CTRL_R:
+        term_repaint();
+        return -1;
+    default:
+        term_beep();
+        return -1;
+    }
 }
 
 int table_resort(TableScreen *screen, const char *text) {

@@ -9,6 +9,16 @@
 
 struct TableScreen;
 
+// Control keys the screens and their entry dialogs read as plain bytes.
+constexpr int CTRL_D = 4;
+constexpr int CTRL_G = 7;
+constexpr int CTRL_J = 10;
+constexpr int CTRL_L = 12;
+constexpr int CTRL_M = 13;
+constexpr int CTRL_R = 18;
+constexpr int TAB = 9;
+constexpr int ESCAPE = 27;
+
 // Result of a step: TABLE_STAY keeps the key loop going, TABLE_LEAVE leaves
 // the screen normally, TABLE_FAIL closes it on an error.
 constexpr int TABLE_STAY = 0;
@@ -62,6 +72,13 @@ int table_run(TableScreen *screen);
 // current one and the changed flag is set. On failure shows the message and
 // returns TABLE_FAIL.
 int table_resort(TableScreen *screen, const char *text);
+
+// Prepares an empty one-row field of the screens' dialogs.
+void table_field(TextField *field, int window, int row, int column, int width, int maximum);
+
+// The keys an entry dialog treats alike: the cancel keys leave (0) unless
+// there are changes the user wants to keep; repaint and unknown keys stay (-1).
+int table_dialog_key(int key, int changed);
 
 // Draws the save/cancel legend of the entry dialogs at (row, column).
 void table_dialog_legend(int window, int row, int column);

@@ -81,14 +81,20 @@ char win_join_character(int mask) {
     return mask >= 0 && mask < 16 ? table[mask] : 0;
 }
 
-int win_clear(int id, int row, int column, int rows, int columns) {
+// Looks the window up; a negative extent reaches the window's far edge.
+static Window *area(int id, int row, int column, int *rows, int *columns) {
     Window *w = win_lookup(id);
+    if (w && *rows < 0)
+        *rows = w->rows - row;
+    if (w && *columns < 0)
+        *columns = w->columns - column;
+    return w;
+}
+
+int win_clear(int id, int row, int column, int rows, int columns) {
+    Window *w = area(id, row, column, &rows, &columns);
     if (!w)
         return -1;
-    if (rows < 0)
-        rows = w->rows - row;
-    if (columns < 0)
-        columns = w->columns - column;
     int top = row < 0 ? 0 : row;
     int left = column < 0 ? 0 : column;
     int bottom = row + rows > w->rows ? w->rows : row + rows;
@@ -163,44 +169,37 @@ int win_line_cell(int id, int merge, int row, int column, int mask) {
     return 0;
 }
 
-int win_hline(int id, int merge, int ends, int row, int column, int length) {
+// Both directions share one walk: first cell, middle cells, last cell, so a
+// one-cell line merges its two ends into the same cell.
+static int line(int id, int merge, int ends, int row, int column, int length, bool down) {
     Window *w = win_lookup(id);
     if (!w)
         return -1;
     if (length < 0)
-        length = w->columns - column;
+        length = down ? w->rows - row : w->columns - column;
     if (length < 1)
         return -1;
-    win_line_cell(id, merge, row, column, ends ? 4 : 6);
-    for (int x = column + 1; x <= column + length - 2; x++)
-        win_line_cell(id, merge, row, x, 6);
-    win_line_cell(id, merge, row, column + length - 1, ends ? 2 : 6);
+    int dy = down ? 1 : 0, dx = down ? 0 : 1, through = down ? 9 : 6;
+    win_line_cell(id, merge, row, column, ends ? (down ? 8 : 4) : through);
+    for (int i = 1; i <= length - 2; i++)
+        win_line_cell(id, merge, row + i * dy, column + i * dx, through);
+    win_line_cell(id, merge, row + (length - 1) * dy, column + (length - 1) * dx,
+                  ends ? (down ? 1 : 2) : through);
     return 0;
+}
+
+int win_hline(int id, int merge, int ends, int row, int column, int length) {
+    return line(id, merge, ends, row, column, length, false);
 }
 
 int win_vline(int id, int merge, int ends, int row, int column, int length) {
-    Window *w = win_lookup(id);
-    if (!w)
-        return -1;
-    if (length < 0)
-        length = w->rows - row;
-    if (length < 1)
-        return -1;
-    win_line_cell(id, merge, row, column, ends ? 8 : 9);
-    for (int y = row + 1; y <= row + length - 2; y++)
-        win_line_cell(id, merge, y, column, 9);
-    win_line_cell(id, merge, row + length - 1, column, ends ? 1 : 9);
-    return 0;
+    return line(id, merge, ends, row, column, length, true);
 }
 
 int win_box(int id, int merge, int row, int column, int rows, int columns) {
-    Window *w = win_lookup(id);
+    Window *w = area(id, row, column, &rows, &columns);
     if (!w)
         return -1;
-    if (rows < 0)
-        rows = w->rows - row;
-    if (columns < 0)
-        columns = w->columns - column;
     if (rows < 2 || columns < 2)
         return -1;
     int last_row = row + rows - 1;

@@ -291,34 +291,35 @@ int win_refresh(int id, int row, int column, int rows, int columns) {
     return send(screen, r);
 }
 
-int win_show(int id) {
+// Sets or clears the hidden flag and brings the screen up to date.
+static Window *set_hidden(int id, bool hidden) {
     Window *w = win_lookup(id);
     if (!w)
-        return -1;
-    w->flags &= static_cast<unsigned char>(~WIN_HIDDEN);
+        return nullptr;
+    if (hidden)
+        w->flags |= WIN_HIDDEN;
+    else
+        w->flags &= static_cast<unsigned char>(~WIN_HIDDEN);
     win_refresh(id, 0, 0, -1, -1);
-    return 0;
+    return w;
+}
+
+int win_show(int id) {
+    return set_hidden(id, false) ? 0 : -1;
 }
 
 int win_hide(int id) {
     if (id <= 0)
         return 0;
-    Window *w = win_lookup(id);
-    if (!w)
-        return -1;
-    w->flags |= WIN_HIDDEN;
-    win_refresh(id, 0, 0, -1, -1);
-    return 0;
+    return set_hidden(id, true) ? 0 : -1;
 }
 
 int win_destroy(int id) {
     if (id <= 0)
         return 0;
-    Window *w = win_lookup(id);
+    Window *w = set_hidden(id, true);
     if (!w)
         return -1;
-    w->flags |= WIN_HIDDEN;
-    win_refresh(id, 0, 0, -1, -1);
     if (w->parent_node) {
         Window *up = win_lookup(w->parent);
         if (up && up->children)

@@ -1,16 +1,13 @@
-// Shared pieces of the widget tests: start the widget driver, send a mixed
-// sequence of typed text and named keys, read cells of the screen.
+// Shared pieces of the widget tests: run the widget driver, send keys.
 #pragma once
 
 #include "harness.h"
 
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
+#include <sstream>
 
-// Starts the driver with a scenario and its options and waits until the
-// widget is on the screen (marker: text that the scenario shows when ready).
+// Starts the driver and waits until the widget is up (marker on the screen).
 inline Harness *forms_start(const std::vector<std::string> &args,
                             const std::string &marker = "ready") {
     HarnessOptions options;
@@ -18,18 +15,18 @@ inline Harness *forms_start(const std::vector<std::string> &args,
     options.args = args;
     options.key_pause_ms = 60;
     Harness *h = harness_start(options);
-    if (h == nullptr)
-        return nullptr;
-    EXPECT_TRUE(harness_wait_text(h, marker)) << "driver did not show " << marker;
-    harness_wait_quiet(h, 100);
+    if (h != nullptr && !harness_wait_text(h, marker))
+        ADD_FAILURE() << "driver did not show " << marker;
     return h;
 }
 
-// Keys: a name the harness knows ("Left", "Ctrl-W", "F6" ...), or "=text"
-// typed one character at a time.
-inline void forms_keys(Harness *h, const std::vector<std::string> &keys) {
-    for (const std::string &k : keys) {
-        if (!k.empty() && k[0] == '=')
+// Blank-separated keys: a harness key name, "Space", or "=text" typed as is.
+inline void forms_keys(Harness *h, const std::string &keys) {
+    std::istringstream in(keys);
+    for (std::string k; in >> k;) {
+        if (k == "Space")
+            harness_type(h, " ");
+        else if (k[0] == '=')
             harness_type(h, k.substr(1));
         else
             harness_key(h, k);
@@ -37,39 +34,10 @@ inline void forms_keys(Harness *h, const std::vector<std::string> &keys) {
     harness_wait_quiet(h, 150);
 }
 
-// One character per cell: line-drawing pieces (UTF-8 box characters) become
-// '-', '|' or '+', so that columns can be indexed directly.
-inline std::string forms_cells(const std::string &utf8) {
-    std::string out;
-    for (size_t i = 0; i < utf8.size();) {
-        unsigned char c = (unsigned char)utf8[i];
-        if (c < 0x80) {
-            out += (char)c;
-            i++;
-            continue;
-        }
-        size_t n = c >= 0xF0 ? 4 : c >= 0xE0 ? 3 : 2;
-        std::string piece = utf8.substr(i, n);
-        if (piece == "\u2500")
-            out += '-';
-        else if (piece == "\u2502")
-            out += '|';
-        else
-            out += '+';
-        i += n;
-    }
-    return out;
-}
-
-inline std::string forms_row(Harness *h, int row) {
-    return forms_cells(harness_row(h, row));
-}
-
-// The status row without its trailing blanks.
+// A status row of the driver without its trailing blanks.
 inline std::string forms_status(Harness *h, int row = 23) {
-    std::string s = forms_row(h, row).substr(0, 60);
-    while (!s.empty() && s.back() == ' ')
-        s.pop_back();
+    std::string s = harness_row_plain(h, row).substr(0, row == 23 ? 60 : 80);
+    s.erase(s.find_last_not_of(' ') + 1);
     return s;
 }
 

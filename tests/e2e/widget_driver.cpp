@@ -1,17 +1,6 @@
 // Test program for the form widgets: sets the terminal up as avconfig does,
-// runs one widget in a full-screen window and writes what the widget returned
-// on the last row, so that a test reading the screen can check it. F10 (when
-// the widget returns it) or any key after a box ends the run.
-//
-//   widget_driver field  [width=N] [max=N] [text=S] [digits] [noblanks]
-//                        [refused=S] [insert=1]
-//   widget_driver pick   [count=N] [rows=N] [width=N] [current=N] [long]
-//                        [delete-on=C]
-//   widget_driver radio  [count=N] [selected=N] [focus=N]
-//   widget_driver pager  [count=N] [long]
-//   widget_driver message [beep=0|1] [title=S] [text=S] [length=N] [newline] [full]
-//   widget_driver yesno  [beep=0|1] [title=S] [question=S] [length=N] [full]
-//   widget_driver legend [escape=0|1]
+// runs one widget ("field", "pick", "radio", "pager", "message", "yesno") in a
+// full-screen window and shows on row 23 what it returned. F10 ends the run.
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -27,192 +16,135 @@ namespace {
 
 int argc_g;
 char **argv_g;
+int main_window;
 
+// Options are name=value.
 const char *option(const char *name, const char *fallback) {
     size_t n = std::strlen(name);
-    for (int i = 2; i < argc_g; i++) {
-        if (std::strncmp(argv_g[i], name, n) == 0) {
-            if (argv_g[i][n] == '=')
-                return argv_g[i] + n + 1;
-            if (argv_g[i][n] == '\0')
-                return "1";
-        }
-    }
+    for (int i = 2; i < argc_g; i++)
+        if (std::strncmp(argv_g[i], name, n) == 0 && argv_g[i][n] == '=')
+            return argv_g[i] + n + 1;
     return fallback;
 }
 
 int number(const char *name, int fallback) {
-    const char *value = option(name, nullptr);
-    return value ? std::atoi(value) : fallback;
+    return std::atoi(option(name, std::to_string(fallback).c_str()));
 }
 
-int main_window;
-
-// Status lines: row 23 (columns 0 to 59, clear of the parked cursors) and,
-// for the text field, row 22 for the whole text.
-void status(int row, const std::string &text) {
-    int width = row == 23 ? 60 : 80;
-    win_clear(main_window, row, 0, 1, width);
-    win_puts(main_window, row, 0, text.substr(0, (size_t)width).c_str(), 0);
+// Stops at column 60, clear of the parked cursors.
+__attribute__((format(printf, 1, 2))) void status(const char *format, ...) {
+    char text[512];
+    va_list ap;
+    va_start(ap, format);
+    std::vsnprintf(text, 61, format, ap);
+    va_end(ap);
+    win_clear(main_window, 23, 0, 1, 60);
+    win_puts(main_window, 23, 0, text, 0);
     win_refresh(main_window, 0, 0, -1, -1);
 }
 
-std::string fmt(const char *format, ...) __attribute__((format(printf, 1, 2)));
-std::string fmt(const char *format, ...) {
-    char buffer[512];
-    va_list ap;
-    va_start(ap, format);
-    std::vsnprintf(buffer, sizeof buffer, format, ap);
-    va_end(ap);
-    return buffer;
+// Runs the widget again after each key it returns, until F10.
+template <typename Run, typename Report> void loop(Run run, Report report) {
+    win_show(main_window);
+    status("ready");
+    for (int key = 0; key != KEY_F10;)
+        report(key = run());
 }
 
-std::string repeat_text(int length, bool newline) {
-    std::string text;
-    for (int i = 0; i < length; i++)
-        text += (char)('a' + i % 26);
-    if (newline)
-        text += '\n';
-    return text;
-}
-
-List *numbered_list(const char *word, int count, bool long_first) {
+// The pick list and the pager show numbered entries and park the cursor on
+// row 23.
+template <typename Widget>
+List *place(Widget &w, const char *word, int first_row, int width, int park_column) {
+    w.window = main_window;
+    w.first_row = first_row;
+    w.rows = 22 - first_row; // down to row 21
+    w.width = width;
+    w.park_row = 23;
+    w.park_column = park_column;
     List *list = list_create(25);
-    for (int i = 0; i < count; i++) {
-        std::string text = fmt("%s %02d", word, i);
-        if (long_first && i == 0)
-            text += " " + std::string(100, 'x') + "END";
-        list_append(list, str_dup(text.c_str()), str_free);
+    for (int i = 0; i < number("count", 30); i++) {
+        char text[32];
+        std::snprintf(text, sizeof text, "%s %02d", word, i);
+        list_append(list, str_dup(text), str_free);
     }
+    w.count = list_count(list);
     return list;
 }
 
-int run_field() {
+void run_field() {
     TextField field;
     field_init(&field);
     field.window = main_window;
     field.row = 5;
     field.column = 10;
-    field.width = number("width", 15);
+    field.width = 15;
     field.maximum = number("max", 15);
-    field.digits_only = option("digits", nullptr) != nullptr;
-    field.no_blanks = option("noblanks", nullptr) != nullptr;
+    field.digits_only = number("digits", 0);
     std::snprintf(field.refused, sizeof field.refused, "%s", option("refused", ""));
     std::snprintf(field.text, sizeof field.text, "%s", option("text", ""));
     field.length = (int)std::strlen(field.text);
     insert_mode = number("insert", 0);
-    // Brackets around the field show where it ends.
-    win_puts(main_window, field.row, field.column - 1, "[", 0);
-    win_puts(main_window, field.row, field.column + field.width, "]", 0);
     field_show(&field, -1);
-    win_show(main_window);
-    status(23, "ready");
-    for (;;) {
-        int key = field_edit(&field);
-        status(22, fmt("text=[%s]", field.text));
-        status(23, fmt("key=%d len=%d changed=%d ins=%d scroll=%d", key, field.length,
-                       field.changed, insert_mode, field.scroll));
-        if (key == KEY_F10)
-            return 0;
-    }
+    loop([&] { return field_edit(&field); },
+         [&](int key) {
+             status("key=%d changed=%d ins=%d scroll=%d [%s]", key, field.changed, insert_mode,
+                    field.scroll, field.text);
+         });
 }
 
-int run_pick() {
+void run_pick() {
     PickList pick;
     pick_list_init(&pick);
-    pick.window = main_window;
-    pick.first_row = 2;
+    List *list = place(pick, "Entry", 2, 76, 69);
     pick.column = 2;
-    pick.rows = number("rows", 20);
-    pick.width = number("width", 76);
-    pick.park_row = 23;
-    pick.park_column = 69;
-    List *list = numbered_list("Entry", number("count", 30), option("long", nullptr) != nullptr);
-    pick.count = list_count(list);
     pick.current = number("current", 0);
-    const char *delete_on = option("delete-on", nullptr);
-    win_box(main_window, 0, pick.first_row - 1, pick.column - 1, pick.rows + 2, pick.width + 2);
+    win_box(main_window, 0, 1, 1, 22, 78);
     pick_list_show(&pick, list);
-    win_show(main_window);
-    status(23, "ready");
-    for (;;) {
-        int key = pick_list_run(&pick, list);
-        status(23,
-               fmt("key=%d current=%d top=%d count=%d", key, pick.current, pick.top, pick.count));
-        if (key == KEY_F10)
-            break;
-        if (delete_on != nullptr && key == delete_on[0] && list_count(list) > 0)
-            list_delete(list, list_count(list) - 1);
-    }
+    loop([&] { return pick_list_run(&pick, list); },
+         [&](int key) {
+             status("key=%d current=%d top=%d count=%d", key, pick.current, pick.top, pick.count);
+             // Shrinks the list behind the widget's back, as a deleting editor does.
+             if (key == option("delete-on", "")[0] && list_count(list) > 0)
+                 list_delete(list, list_count(list) - 1);
+         });
     list_destroy(list);
-    return 0;
 }
 
-int run_radio() {
+void run_radio() {
     RadioGroup group;
     radio_init(&group);
     group.window = main_window;
-    group.count = number("count", 3);
-    for (int i = 0; i < RADIO_MAX; i++) {
+    group.count = 3;
+    for (int i = 0; i < group.count; i++) {
         group.row[i] = 3 + i;
         group.column[i] = 2;
-        win_puts(main_window, 3 + i, 6, fmt("Choice %d", i).c_str(), 0);
     }
     group.selected = number("selected", 0);
     radio_show(-1, &group);
-    win_show(main_window);
-    status(23, "ready");
     int focus = number("focus", 0);
-    for (;;) {
-        int key = radio_run(focus, &group);
-        status(23, fmt("key=%d selected=%d changed=%d focus=%d", key, group.selected, group.changed,
-                       focus));
-        if (key == KEY_F10)
-            return 0;
-        if (key == KEY_TAB)
-            focus = (focus + 1) % group.count;
-        else if (key == KEY_BACKTAB)
-            focus = (focus + group.count - 1) % group.count;
-    }
+    loop([&] { return radio_run(focus, &group); },
+         [&](int key) {
+             if (key == KEY_TAB || key == KEY_BACKTAB)
+                 focus = (focus + group.count + (key == KEY_TAB ? 1 : -1)) % group.count;
+             status("key=%d selected=%d changed=%d focus=%d", key, group.selected, group.changed,
+                    focus);
+         });
 }
 
-int run_pager() {
+void run_pager() {
     Pager pager;
     pager_init(&pager);
-    pager.window = main_window;
-    pager.first_row = 1;
-    pager.column = 0;
-    pager.width = 80;
-    pager.rows = 21;
-    pager.park_row = 23;
-    pager.park_column = 63;
-    win_puts(main_window, 0, 30, "Document", ATTR_REV);
+    List *list = place(pager, "Line", 1, 80, 63);
     win_hline(main_window, 0, 0, 22, 0, -1);
-    List *list = numbered_list("Line", number("count", 30), option("long", nullptr) != nullptr);
-    pager.count = list_count(list);
     pager_show(&pager, list);
-    win_show(main_window);
-    status(23, "ready");
-    for (;;) {
-        int key = pager_run(&pager, list);
-        status(23, fmt("key=%d top=%d count=%d", key, pager.top, pager.count));
-        if (key == KEY_F10)
-            break;
-    }
+    loop([&] { return pager_run(&pager, list); },
+         [&](int key) { status("key=%d top=%d count=%d", key, pager.top, pager.count); });
     list_destroy(list);
-    return 0;
 }
 
-// With "full", takes every free window id, so that a box cannot get one.
-void fill_window_table() {
-    if (option("full", nullptr) == nullptr)
-        return;
-    while (win_create(-1, "Filler", 0, 0, 1, 1) >= 0) {
-    }
-}
-
-// A background under the boxes, so that a test can see it come back intact.
-void draw_background() {
+// Over a known background, so that a test can see it come back intact; the
+// box is shown again after each key but F10.
+void run_box(bool yesno) {
     for (int row = 0; row < 23; row++) {
         std::string line;
         for (int column = 0; column < 80; column++)
@@ -220,54 +152,17 @@ void draw_background() {
         win_puts(main_window, row, 0, line.c_str(), row % 3 == 0 ? ATTR_REV : 0);
     }
     win_show(main_window);
-    fill_window_table();
-}
-
-std::string box_text(const char *name) {
-    int length = number("length", -1);
-    if (length >= 0)
-        return repeat_text(length, option("newline", nullptr) != nullptr);
-    std::string text = option(name, "Something to say");
-    if (option("newline", nullptr) != nullptr)
+    std::string text = option(yesno ? "question" : "text", "");
+    for (int i = 0; i < number("length", 0); i++)
+        text += (char)('a' + i % 26);
+    if (number("newline", 0))
         text += '\n';
-    return text;
-}
-
-void wait_for_end() {
-    while (key_read() != KEY_F10) {
-    }
-}
-
-int run_message() {
-    draw_background();
-    std::string text = box_text("text");
-    int result = message_box(number("beep", 1), option("title", "Note"), text.c_str());
-    status(23, fmt("message done result=%d", result));
-    wait_for_end();
-    return 0;
-}
-
-int run_yesno() {
-    draw_background();
-    std::string question = box_text("question");
-    for (;;) {
-        int answer = yes_no_box(number("beep", 1), option("title", "CONFIRM"), question.c_str());
-        status(23, fmt("answer=%d", answer));
-        // Any key but F10 asks again.
-        if (key_read() == KEY_F10)
-            return 0;
-    }
-}
-
-int run_legend() {
-    escape_key_setting = number("escape", 1);
-    const char *pieces[] = {"F6", " Save  ", cancel_key_name(), " Cancel", nullptr};
-    win_show(main_window);
-    int end = legend_puts(main_window, 20, 1, pieces);
-    win_refresh(main_window, 0, 0, -1, -1);
-    status(23, fmt("column=%d", end));
-    wait_for_end();
-    return 0;
+    do {
+        if (yesno)
+            status("answer=%d", yes_no_box(1, option("title", "CONFIRM"), text.c_str()));
+        else
+            status("result=%d", message_box(1, option("title", "Note"), text.c_str()));
+    } while (key_read() != KEY_F10);
 }
 
 } // namespace
@@ -275,42 +170,30 @@ int run_legend() {
 int main(int argc, char **argv) {
     argc_g = argc;
     argv_g = argv;
-    if (argc < 2) {
-        std::fprintf(stderr,
-                     "usage: widget_driver field|pick|radio|pager|message|yesno|legend ...\n");
-        return 2;
-    }
     TermState state;
-    if (term_init(1, &state) != 0) {
-        std::fprintf(stderr, "widget_driver: no terminal description\n");
+    if (argc < 2 || term_init(1, &state) != 0) {
+        std::fprintf(stderr, "usage: widget_driver field|pick|radio|pager|message|yesno ...\n");
         return 2;
     }
     term_screen_strings();
     term_raw_mode(&state, 127, 1);
     key_init();
     term_blank_screen();
-
     main_window = win_create(-1, "Driver", 0, 0, 24, 80);
     std::string scenario = argv[1];
-    int rc = 2;
     if (scenario == "field")
-        rc = run_field();
+        run_field();
     else if (scenario == "pick")
-        rc = run_pick();
+        run_pick();
     else if (scenario == "radio")
-        rc = run_radio();
+        run_radio();
     else if (scenario == "pager")
-        rc = run_pager();
-    else if (scenario == "message")
-        rc = run_message();
-    else if (scenario == "yesno")
-        rc = run_yesno();
-    else if (scenario == "legend")
-        rc = run_legend();
+        run_pager();
+    else
+        run_box(scenario == "yesno");
     win_destroy(main_window);
-
     term_blank_screen();
     term_cursor_on();
     term_restore(&state);
-    return rc;
+    return 0;
 }
