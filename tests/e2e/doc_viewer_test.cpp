@@ -8,19 +8,14 @@ using namespace editors_e2e;
 
 namespace {
 
-const char TITLE[] = "Ardovane PC Conduvia - On-Line Documentation";
-
 // A stand-in lp, first on PATH, records its arguments: the real one must
 // never run. It is missing until the test makes it.
 Harness *open_viewer(const std::string &root, const std::string &doc) {
     if (doc != ABSENT)
         write_file(root + "/conduvia/doc", doc);
     mkdir((root + "/bin").c_str(), 0755);
-    HarnessOptions options;
-    options.root = root;
-    options.env = {"PATH=" + root + "/bin:/usr/bin:/bin"};
-    Harness *h = harness_start(options);
-    if (h != nullptr && harness_wait_text(h, "Configuration Program"))
+    Harness *h = harness_start({.env = {"PATH=" + root + "/bin:/usr/bin:/bin"}, .root = root});
+    if (h != nullptr && harness_wait_text(h, MENU_TEXT))
         harness_type(h, "?");
     return h;
 }
@@ -32,38 +27,31 @@ void print(Harness *h, const char *answer) {
     harness_wait_quiet(h, 300);
 }
 
-TEST(DocViewer, PagesMarksAndPrinting) {
-    std::string doc(100, 'A'), root = harness_new_root(), record = root + "/lp-args";
-    for (int i = 0; i < 100; i++)
-        doc[i] = static_cast<char>('A' + i % 26);
+TEST(DocViewer, PagesMarksPrintingAndAMissingDocument) {
+    std::string doc = std::string(80, 'A') + "BBBB", root = harness_new_root();
     for (int i = 1; i < 30; ++i)
         doc += "\nline " + std::to_string(i);
     Harness *h = open_viewer(root, doc + "\n");
     ASSERT_NE(h, nullptr);
-    ASSERT_TRUE(harness_wait_text(h, TITLE));
+    ASSERT_TRUE(harness_wait_text(h, "Ardovane PC Conduvia - On-Line Documentation"));
     EXPECT_EQ(harness_row(h, 1), doc.substr(0, 80));
     EXPECT_EQ(harness_row_plain(h, 22).substr(73, 7), " More v");
     harness_key(h, "PgDn");
     harness_wait_quiet(h);
     EXPECT_EQ(harness_row_plain(h, 22).substr(72, 7), "^ More ");
-    EXPECT_EQ(harness_row(h, 1).substr(0, 8), "line 20 ");
     print(h, "Y");
     EXPECT_TRUE(harness_wait_text(h, "Help file printed.")) << "without lp";
     harness_type(h, " ");
     harness_wait_quiet(h);
-    write_file(root + "/bin/lp", "#!/bin/sh\necho \"$@\" > '" + record + "'\necho request id\n");
+    write_file(root + "/bin/lp", "#!/bin/sh\necho \"$@\" > '" + root + "/lp-args'\n");
     chmod((root + "/bin/lp").c_str(), 0755);
     print(h, "N");
-    EXPECT_EQ(read_file(record), ABSENT) << "lp ran after N";
+    EXPECT_EQ(read_file(root + "/lp-args"), ABSENT) << "lp ran after N";
     print(h, "Y");
     EXPECT_TRUE(harness_wait_text(h, "Help file printed."));
-    EXPECT_EQ(read_file(record), std::string("-s ") + AV_PATH_DOC + "\n");
-    EXPECT_EQ(harness_screen(h).find("request id"), std::string::npos);
+    EXPECT_EQ(read_file(root + "/lp-args"), std::string("-s ") + AV_PATH_DOC + "\n");
     harness_stop(h);
-}
-
-TEST(DocViewer, MissingDocument) {
-    Harness *h = open_viewer(harness_new_root(), ABSENT);
+    h = open_viewer(harness_new_root(), ABSENT);
     ASSERT_NE(h, nullptr);
     EXPECT_TRUE(harness_wait_text(h, std::string("Could not open: ") + AV_PATH_DOC));
     harness_stop(h);

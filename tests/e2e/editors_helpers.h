@@ -6,6 +6,7 @@
 #include <utime.h>
 
 #include <fstream>
+#include <functional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -26,64 +27,55 @@ inline void write_file(const std::string &path, const std::string &bytes) {
 }
 
 inline std::string read_file(const std::string &path) {
-    struct stat st;
-    if (lstat(path.c_str(), &st) != 0)
-        return ABSENT;
+    std::ifstream in(path, std::ios::binary);
     std::stringstream ss;
-    ss << std::ifstream(path, std::ios::binary).rdbuf();
-    return ss.str();
+    ss << in.rdbuf();
+    return in ? ss.str() : ABSENT;
 }
 
 // "{Name}" is a named key, anything else is typed. A lone Escape is kept
-// apart from the next key so that the two are not read as one sequence.
+// apart from the keys around it so that they are not read as one sequence.
 inline void press(Harness *h, const std::string &script) {
     for (size_t i = 0; i < script.size(); i++) {
-        size_t close = script[i] == '{' ? script.find('}', i) : std::string::npos;
-        if (close == std::string::npos) {
+        size_t close = script[i] == '{' ? script.find('}', i) : i;
+        if (close == i) {
             harness_type(h, script.substr(i, 1));
             continue;
         }
-        std::string name = script.substr(i + 1, close - i - 1);
-        if (name == "Esc")
+        bool esc = script.compare(i, close - i, "{Esc") == 0;
+        if (esc)
             harness_wait_quiet(h, 150);
-        harness_key(h, name);
-        if (name == "Esc")
+        harness_key(h, script.substr(i + 1, close - i - 1));
+        if (esc)
             harness_wait_quiet(h, 250);
         i = close;
     }
 }
 
-inline Harness *open_screen(const std::string &root, char menu_key, const std::string &title,
-                            const std::vector<std::string> &env = {}) {
-    HarnessOptions options;
-    options.root = root;
-    options.env = env;
-    options.key_pause_ms = 50; // keys queue when they come faster than read
-    Harness *h = harness_start(options);
-    if (h == nullptr)
-        return nullptr;
-    if (harness_wait_text(h, MENU_TEXT)) {
-        harness_type(h, std::string(1, menu_key));
-        if (harness_wait_text(h, title))
-            return h;
-    }
-    ADD_FAILURE() << title << " did not open:\n" << harness_screen(h);
-    harness_stop(h);
-    return nullptr;
-}
-
-// Keys, then the text that must appear (empty: just wait for quiet).
+// Keys, the text that must then appear (empty: just wait for quiet), and
+// what to do after it.
 struct Step {
     std::string keys;
-    std::string expect;
+    std::string expect = "";
+    std::function<void(Harness *)> then = nullptr;
 };
 
-// Runs the steps, expects the menu back and leaves the program.
-inline void run_and_exit(Harness *h, const std::vector<Step> &steps, const std::string &what) {
+// Opens the screen, runs the steps, expects the menu back and leaves.
+inline void run_screen(const std::string &root, char menu_key, const std::string &title,
+                       const std::vector<Step> &steps, const std::string &what,
+                       const std::vector<std::string> &env = {}) {
+    HarnessOptions options{.env = env, .root = root, .key_pause_ms = 50};
+    Harness *h = harness_start(options);
+    ASSERT_NE(h, nullptr) << what;
+    EXPECT_TRUE(harness_wait_text(h, MENU_TEXT));
+    harness_type(h, std::string(1, menu_key));
+    EXPECT_TRUE(harness_wait_text(h, title)) << what << "\n" << harness_screen(h);
     for (const Step &step : steps) {
         press(h, step.keys);
         EXPECT_TRUE(harness_wait_text(h, step.expect)) << what << ": " << step.keys << "\n"
                                                        << harness_screen(h);
+        if (step.then)
+            step.then(h);
     }
     EXPECT_TRUE(harness_wait_text(h, MENU_TEXT)) << what << "\n" << harness_screen(h);
     harness_type(h, "x");

@@ -17,10 +17,7 @@ std::string env_lines(int count, int first = 0) {
 
 // Refused by the add dialog with message, then backed out of unchanged.
 std::vector<Step> refused(const std::string &keys, const std::string &message) {
-    return {{"a", "Add Entry"},
-            {keys + "{F6}", message},
-            {" {Esc}", "Lose changes to this entry?"},
-            {"y{Esc}", ""}};
+    return {{"a" + keys + "{F6}", message}, {" {Esc}", "Lose changes"}, {"y{Esc}", ""}};
 }
 
 TEST(EditorsLines, Sessions) {
@@ -33,52 +30,31 @@ TEST(EditorsLines, Sessions) {
     };
     const std::string max = "The maximum number of variables has been reached (100).";
     const std::vector<Case> cases = {
-        {"cancel after a change writes nothing",
+        {"cancel writes nothing", false, ABSENT, {{"als{F6}{Esc}", "Lose all"}, {"y"}}, ABSENT},
+        {"add creates the file", false, ABSENT, {{"als -l{F6}{F6}"}}, "ls -l\n"},
+        {"no change, no write", false, "zeta\nalpha\n\nMid", {{"{F6}"}}, "zeta\nalpha\n\nMid"},
+        {"sorted, twins kept",
          false,
-         ABSENT,
-         {{"a", "Add Entry"}, {"ls{F6}", ""}, {"{Esc}", "Lose all changes?"}, {"y", ""}},
-         ABSENT},
-        {"add creates the file",
-         false,
-         ABSENT,
-         {{"a", "Add Entry"}, {"ls -l{F6}{F6}", ""}},
-         "ls -l\n"},
-        {"no change, no write", false, "zeta\nalpha\n\nMid", {{"{F6}", ""}}, "zeta\nalpha\n\nMid"},
-        {"change sorts without case, keeps blank and case twins",
-         false,
-         "zcat\nBeta\n\nalpha\nls",
-         {{"a", "Add Entry"}, {"LS{F6}{F6}", ""}},
-         "\nalpha\nBeta\nLS\nls\nzcat\n"},
+         "zcat\nBeta\n\na\nls",
+         {{"aLS{F6}{F6}"}},
+         "\na\nBeta\nLS\nls\nzcat\n"},
         {"duplicate", false, "ls\n", refused("ls", "An entry for this item already exists."),
          "ls\n"},
         {"blank command", false, ABSENT, refused("   ", "Cannot save empty field."), ABSENT},
-        {"env needs =", true, ABSENT, refused("PATH", "Expression must contain an equal sign (=)"),
+        {"env =", true, ABSENT, refused("PATH", "Expression must contain an equal sign (=)"),
          ABSENT},
-        {"99 variables: add opens the dialog",
-         true,
-         env_lines(99),
-         {{"a", "Add Entry"}, {"Z={F6}{F6}", ""}},
-         env_lines(99) + "Z=\n"},
-        {"100 variables: add refused",
-         true,
-         env_lines(100),
-         {{"a", max}, {" {Esc}", ""}},
-         env_lines(100)},
-        {"120 variables kept whole",
-         true,
-         env_lines(120),
-         {{"e", "Edit Entry"}, {"W{F6}{F6}", ""}},
-         env_lines(120, 1) + "W1000=0\n"},
+        {"99 allowed", true, env_lines(99), {{"aZ={F6}{F6}"}}, env_lines(99) + "Z=\n"},
+        {"100 refused", true, env_lines(100), {{"a", max}, {" {Esc}"}}, env_lines(100)},
+        {"120 kept", true, env_lines(120), {{"eW{F6}{F6}"}}, env_lines(120, 1) + "W1000=0\n"},
     };
     for (const Case &c : cases) {
         std::string root = harness_new_root();
         std::string path = root + "/conduvia/config/" + (c.env ? "env" : "commands");
         if (c.before != ABSENT)
             write_file(path, c.before);
-        Harness *h = open_screen(root, c.env ? 'e' : 'c',
-                                 c.env ? "UNIX Environment Variables" : "Authorized UNIX Commands");
-        ASSERT_NE(h, nullptr) << c.what;
-        run_and_exit(h, c.steps, c.what);
+        run_screen(root, c.env ? 'e' : 'c',
+                   c.env ? "UNIX Environment Variables" : "Authorized UNIX Commands", c.steps,
+                   c.what);
         EXPECT_EQ(read_file(path), c.after) << c.what;
         struct stat st = {};
         stat(path.c_str(), &st);
@@ -90,18 +66,15 @@ TEST(EditorsLines, Sessions) {
 TEST(EditorsLines, FailedSaveKeepsChangesUntilTheCauseIsMended) {
     for (bool no_directory : {true, false}) {
         std::string root = harness_new_root();
-        std::string dir = root + "/conduvia/config", path = root + "/conduvia/config/commands";
+        std::string dir = root + "/conduvia/config", path = dir + "/commands";
         ASSERT_EQ(no_directory ? rmdir(dir.c_str()) : mkdir(path.c_str(), 0755), 0);
-        Harness *h = open_screen(root, 'c', "Authorized UNIX Commands");
-        ASSERT_NE(h, nullptr);
-        press(h, "awho{F6}{F6}");
-        ASSERT_TRUE(harness_wait_text(h, std::string("Could not open: ") + AV_PRODUCT_ROOT +
-                                             "/conduvia/config/commands"));
-        press(h, " ");
-        harness_wait_quiet(h);
-        EXPECT_EQ(harness_row_plain(h, 2).substr(2, 4), "who ") << no_directory;
-        ASSERT_EQ(no_directory ? mkdir(dir.c_str(), 0755) : rmdir(path.c_str()), 0);
-        run_and_exit(h, {{"{F6}", ""}}, "mended");
+        auto mend = [&](Harness *h) {
+            EXPECT_EQ(harness_row_plain(h, 2).substr(2, 4), "who ") << no_directory;
+            EXPECT_EQ(no_directory ? mkdir(dir.c_str(), 0755) : rmdir(path.c_str()), 0);
+        };
+        std::string error = std::string("Could not open: ") + AV_PRODUCT_ROOT + "/conduvia/config";
+        run_screen(root, 'c', "Authorized UNIX Commands",
+                   {{"awho{F6}{F6}", error + "/commands"}, {" ", "", mend}, {"{F6}"}}, "mended");
         EXPECT_EQ(read_file(path), "who\n") << no_directory;
     }
 }

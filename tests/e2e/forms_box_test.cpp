@@ -1,27 +1,23 @@
-// Message and yes/no boxes over a known background: geometry, title, bells,
-// answers, and the background back exactly as it was.
+// Message and yes/no boxes: geometry, title, bells, answers, background restored.
 #include "forms_util.h"
 
 namespace {
 
-// The driver's background: 'A' + (row + column) % 26, every third row reverse.
+std::string letters(int length, int from = 0, char a = 'a') {
+    std::string text;
+    for (int i = from; i < from + length; i++)
+        text += (char)(a + i % 26);
+    return text;
+}
+
+// The driver's background: every third row reverse.
 void expect_background(Harness *h) {
     for (int r = 0; r < 23; r++) {
-        std::string expected;
-        for (int c = 0; c < 80; c++)
-            expected += (char)('A' + (r + c) % 26);
-        EXPECT_EQ(harness_row_plain(h, r), expected) << "row " << r;
+        EXPECT_EQ(harness_row_plain(h, r), letters(80, r, 'A')) << "row " << r;
         for (int c : {0, 40, 79})
             EXPECT_EQ(harness_reverse(h, r, c), r % 3 == 0) << "row " << r << " column " << c;
     }
     EXPECT_FALSE(harness_cursor_visible(h));
-}
-
-std::string letters(int length) {
-    std::string text;
-    for (int i = 0; i < length; i++)
-        text += (char)('a' + i % 26);
-    return text;
 }
 
 // The top border, the title centred on it in reverse.

@@ -1,5 +1,4 @@
-// The text field typed at through the driver: text, changed flag, returned
-// key, view and bells as a person sees them.
+// The text field through the driver: text, changed flag, key, view and bells.
 #include "forms_util.h"
 
 namespace {
@@ -34,8 +33,7 @@ TEST(FormsField, EditingKeys) {
     }
 }
 
-// Width 15 at columns 10 to 24, room for 20: the cursor may sit one column past
-// the field, and every ending key brings the view back to the start.
+// Width 15 from column 10, room for 20; every ending key resets the view.
 TEST(FormsField, OneSessionOfViewAndModes) {
     Harness *h = forms_start({"field", "max=20", "text=abcdefghijklmno"});
     ASSERT_NE(h, nullptr);

@@ -1,5 +1,4 @@
-// The pick list through the driver: 20 rows from row 2, column 2, 76 wide,
-// inside a box whose borders (rows 1 and 22) carry the "M" marks at column 78.
+// The pick list: 20 rows from (2, 2), 76 wide; "M" marks on the box at column 78.
 #include "forms_util.h"
 
 namespace {
@@ -12,8 +11,7 @@ std::string entry(int i) {
 }
 
 TEST(FormsPick, Sessions) {
-    // Steps: keys (the last one, "=a", is returned), current, top, count,
-    // marks above and below ('M' or the border '-'), bells so far.
+    // Steps: keys ending in "=a", current, top, count, marks above/below, bells.
     const std::vector<std::pair<std::string, std::vector<Step>>> sessions = {
         // The driver deletes the last entry each time "D" is returned.
         {"delete-on=D",

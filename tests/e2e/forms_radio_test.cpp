@@ -1,5 +1,4 @@
-// The radio group through the driver: three buttons at rows 3 to 5, column 2;
-// the driver moves the focus on KEY_TAB (265) and KEY_BACKTAB (266).
+// Three buttons at rows 3 to 5; the driver moves the focus on KEY_TAB/KEY_BACKTAB.
 #include "forms_util.h"
 
 namespace {

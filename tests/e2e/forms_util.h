@@ -10,11 +10,7 @@
 // Starts the driver and waits until the widget is up (marker on the screen).
 inline Harness *forms_start(const std::vector<std::string> &args,
                             const std::string &marker = "ready") {
-    HarnessOptions options;
-    options.program = AV_WIDGET_DRIVER;
-    options.args = args;
-    options.key_pause_ms = 60;
-    Harness *h = harness_start(options);
+    Harness *h = harness_start({.program = AV_WIDGET_DRIVER, .args = args, .key_pause_ms = 60});
     if (h != nullptr && !harness_wait_text(h, marker))
         ADD_FAILURE() << "driver did not show " << marker;
     return h;
@@ -24,10 +20,8 @@ inline Harness *forms_start(const std::vector<std::string> &args,
 inline void forms_keys(Harness *h, const std::string &keys) {
     std::istringstream in(keys);
     for (std::string k; in >> k;) {
-        if (k == "Space")
-            harness_type(h, " ");
-        else if (k[0] == '=')
-            harness_type(h, k.substr(1));
+        if (k == "Space" || k[0] == '=')
+            harness_type(h, k == "Space" ? " " : k.substr(1));
         else
             harness_key(h, k);
     }

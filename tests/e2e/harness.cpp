@@ -30,14 +30,14 @@ struct Harness {
     VTerm *vt = nullptr;
     VTermScreen *screen = nullptr;
     std::string output;
+    long last_output = 0; // when the last byte arrived
     int bells = 0;
     bool cursor_visible = true;
     int key_pause_ms = 120;
     bool exited = false;
     int status = -1;
-    bool have_after = false;
     struct termios before {};
-    struct termios after {};
+    struct termios after {}; // all zero unless read at exit: never equal to before
 };
 
 namespace {
@@ -67,62 +67,50 @@ void reap(Harness *h, bool block) {
     if (h->exited || h->pid < 0 || waitpid(h->pid, &st, block ? 0 : WNOHANG) != h->pid)
         return;
     h->exited = true;
-    h->have_after = h->master >= 0 && tcgetattr(h->master, &h->after) == 0;
+    tcgetattr(h->master, &h->after); // fails once hung up: after stays zero
     h->status = WIFEXITED(st) ? WEXITSTATUS(st) : 128 + WTERMSIG(st);
 }
 
-// Reads what the program wrote, waiting at most wait_ms for the first byte.
+// Reads what the program wrote, waiting at most wait_ms for the first byte,
+// then notices an exit. With no master (hung up), poll just waits.
 size_t pump(Harness *h, int wait_ms) {
     size_t total = 0;
     struct pollfd p = {h->master, POLLIN, 0};
-    for (;;) { // with no master (hung up), poll just waits
-        if (poll(&p, 1, total ? 0 : wait_ms) <= 0)
-            break;
-        char buf[4096];
-        ssize_t n = read(h->master, buf, sizeof buf);
-        if (n <= 0) {
-            // EIO once the slave side is gone: poll would spin on POLLHUP.
-            if (total == 0 && wait_ms > 0)
-                poll(nullptr, 0, 5);
-            break;
-        }
+    char buf[4096];
+    ssize_t n = 0;
+    while (poll(&p, 1, total ? 0 : wait_ms) > 0 && (n = read(h->master, buf, sizeof buf)) > 0) {
         h->output.append(buf, static_cast<size_t>(n));
         vterm_input_write(h->vt, buf, static_cast<size_t>(n));
         total += static_cast<size_t>(n);
+        h->last_output = now_ms();
     }
+    if (n < 0 && total == 0 && wait_ms > 0) // EIO once the slave side is gone: do not spin
+        poll(nullptr, 0, 5);
     vterm_screen_flush_damage(h->screen);
-    char sink[256]; // the emulator's answers are not wanted
-    while (vterm_output_read(h->vt, sink, sizeof sink) > 0) {
-    }
+    reap(h, false);
     return total;
 }
 
-void pump_for(Harness *h, int ms) {
-    long end = now_ms() + ms;
-    for (long left = ms; left > 0 && !h->exited; left = end - now_ms()) {
-        pump(h, static_cast<int>(left));
-        reap(h, false);
-    }
+// Pumps until done() holds (true) or timeout_ms pass (false).
+template <class Done> bool pump_until(Harness *h, int timeout_ms, Done done) {
+    for (long end = now_ms() + timeout_ms; !done(); pump(h, 10))
+        if (now_ms() >= end)
+            return false;
     pump(h, 0);
-}
-
-uint32_t cell_char(Harness *h, int row, int col) {
-    VTermScreenCell cell;
-    return vterm_screen_get_cell(h->screen, VTermPos{row, col}, &cell) ? cell.chars[0] : 0;
+    return true;
 }
 
 // plain: one byte a cell, line pieces as '-' '|' '+'. Otherwise UTF-8, where
 // nothing beyond the BMP can appear with UTF-8 input off.
 std::string row_text(Harness *h, int row, bool plain) {
     std::string s;
+    VTermScreenCell cell;
     for (int col = 0; col < 80; col++) {
-        uint32_t c = cell_char(h, row, col);
+        uint32_t c = vterm_screen_get_cell(h->screen, {row, col}, &cell) ? cell.chars[0] : 0;
         if (c < 0x80)
             s += c ? char(c) : ' ';
-        else if (plain && (c < 0x2500 || c > 0x257F))
-            s += '?';
         else if (plain)
-            s += c == 0x2500 ? '-' : c == 0x2502 ? '|' : '+';
+            s += c < 0x2500 || c > 0x257F ? '?' : c == 0x2500 ? '-' : c == 0x2502 ? '|' : '+';
         else if (c < 0x800)
             s += {char(0xC0 | c >> 6), char(0x80 | (c & 0x3F))};
         else
@@ -152,10 +140,7 @@ const std::map<std::string, std::string> key_bytes = {
 std::string harness_new_root() {
     std::error_code ec;
     std::string root = std::string(AV_E2E_ROOTS_DIR) + "/root-XXXXXX";
-    if (mkdtemp(root.data()) == nullptr) {
-        ADD_FAILURE() << "harness: mkdtemp " << root << ": " << strerror(errno);
-        return std::string();
-    }
+    EXPECT_NE(mkdtemp(root.data()), nullptr) << "harness: mkdtemp: " << strerror(errno);
     // Readable by everyone, so that runs as a non-root user see it too.
     fs::create_directories(root + "/conduvia/config", ec);
     for (const char *dir : {"", "/conduvia", "/conduvia/config"})
@@ -164,25 +149,21 @@ std::string harness_new_root() {
     return root;
 }
 
+// The root is bind-mounted over AV_PRODUCT_ROOT: never outside this build tree.
+static_assert(std::string_view(AV_PRODUCT_ROOT).starts_with(AV_BINARY_DIR "/"));
+
 Harness *harness_start(const HarnessOptions &options) {
-    // The root is bind-mounted over AV_PRODUCT_ROOT: never outside this build tree.
     std::error_code ec;
     std::string root = options.root.empty() ? harness_new_root() : options.root;
-    if (std::string(AV_PRODUCT_ROOT).rfind(AV_BINARY_DIR "/", 0) != 0 || root.empty() ||
-        (!fs::is_directory(AV_PRODUCT_ROOT) && !fs::create_directories(AV_PRODUCT_ROOT, ec))) {
-        ADD_FAILURE() << "harness: no root, or AV_PRODUCT_ROOT is not <build>/root";
-        return nullptr;
-    }
+    fs::create_directories(AV_PRODUCT_ROOT, ec); // else the mount in the child says why
 
     // Built before fork: the child only calls async-signal-safe functions.
     std::vector<std::string> args = {options.program.empty() ? AV_BINARY : options.program};
     args.insert(args.end(), options.args.begin(), options.args.end());
-    std::vector<std::string> env = {"TERM=xterm"}; // unless the caller says otherwise
-    for (const std::string &e : options.env)
-        if (e == "TERM" || e.rfind("TERM=", 0) == 0)
-            env[0] = e;
-        else
-            env.push_back(e);
+    std::vector<std::string> env = options.env;
+    if (std::none_of(env.begin(), env.end(),
+                     [](auto &e) { return e == "TERM" || e.starts_with("TERM="); }))
+        env.push_back("TERM=xterm");
     std::erase(env, "TERM");
     std::vector<char *> argv(args.size() + 1), envp(env.size() + 1); // null-terminated
     std::transform(args.begin(), args.end(), argv.begin(), [](auto &a) { return a.data(); });
@@ -190,6 +171,13 @@ Harness *harness_start(const HarnessOptions &options) {
 
     Harness *h = new Harness;
     h->key_pause_ms = options.key_pause_ms;
+    h->vt = vterm_new(24, 80);
+    vterm_set_utf8(h->vt, 0);
+    h->screen = vterm_obtain_screen(h->vt);
+    vterm_screen_set_callbacks(h->screen, &screen_callbacks, h);
+    vterm_screen_reset(h->screen, 1);
+    vterm_output_set_callback(
+        h->vt, [](const char *, size_t, void *) {}, nullptr); // no answers
     int slave = -1;
     struct winsize ws = {24, 80, 0, 0};
     fflush(nullptr);
@@ -217,25 +205,17 @@ Harness *harness_start(const HarnessOptions &options) {
     }
     close(slave);
     fcntl(h->master, F_SETFL, fcntl(h->master, F_GETFL) | O_NONBLOCK);
-    h->vt = vterm_new(24, 80);
-    vterm_set_utf8(h->vt, 0);
-    h->screen = vterm_obtain_screen(h->vt);
-    vterm_screen_set_callbacks(h->screen, &screen_callbacks, h);
-    vterm_screen_reset(h->screen, 1);
     return h;
 }
 
 void harness_stop(Harness *h) {
     if (h == nullptr)
         return;
-    if (!h->exited && h->pid > 0) {
+    if (!h->exited && h->pid > 0)
         kill(h->pid, SIGKILL);
-        reap(h, true);
-    }
-    if (h->master >= 0)
-        close(h->master);
-    if (h->vt)
-        vterm_free(h->vt);
+    reap(h, true);
+    close(h->master);
+    vterm_free(h->vt);
     delete h;
 }
 
@@ -252,7 +232,7 @@ void harness_send(Harness *h, const std::string &bytes) {
         else // the program is not reading; keep its output flowing
             pump(h, 5);
     }
-    pump_for(h, h->key_pause_ms);
+    pump_until(h, h->key_pause_ms, [h] { return h->exited; });
 }
 
 void harness_type(Harness *h, const std::string &text) {
@@ -262,7 +242,7 @@ void harness_type(Harness *h, const std::string &text) {
 
 void harness_key(Harness *h, const std::string &name) {
     auto it = key_bytes.find(name);
-    if (name.size() == 6 && name.rfind("Ctrl-", 0) == 0 && name[5] >= 'A' && name[5] <= 'Z')
+    if (name.size() == 6 && name.starts_with("Ctrl-") && name[5] >= 'A' && name[5] <= 'Z')
         harness_send(h, std::string(1, char(name[5] - 'A' + 1)));
     else if (it == key_bytes.end())
         ADD_FAILURE() << "harness: unknown key name '" << name << "'";
@@ -271,27 +251,17 @@ void harness_key(Harness *h, const std::string &name) {
 }
 
 void harness_wait_quiet(Harness *h, int quiet_ms, int timeout_ms) {
-    long end = now_ms() + timeout_ms;
-    long last = now_ms();
-    while (now_ms() < end && now_ms() - last < quiet_ms && !h->exited) {
-        if (pump(h, 10) > 0)
-            last = now_ms();
-        reap(h, false);
-    }
-    pump(h, 0);
+    h->last_output = now_ms();
+    pump_until(h, timeout_ms, [&] { return h->exited || now_ms() - h->last_output >= quiet_ms; });
 }
 
 bool harness_wait_text(Harness *h, const std::string &text, int timeout_ms) {
-    long end = now_ms() + timeout_ms;
-    bool shown;
-    while (!(shown = harness_screen(h).find(text) != std::string::npos) && now_ms() < end &&
-           !(h->exited && pump(h, 0) == 0)) {
-        pump(h, 10);
-        reap(h, false);
-    }
-    if (shown) // let the rest of that drawing arrive, even on a loaded machine
-        harness_wait_quiet(h, 100, 2000);
-    return shown;
+    auto shown = [&] { return harness_screen(h).find(text) != std::string::npos; };
+    pump_until(h, timeout_ms, [&] { return shown() || (h->exited && pump(h, 0) == 0); });
+    if (!shown())
+        return false;
+    harness_wait_quiet(h, 100, 2000); // the rest of that drawing, even on a loaded machine
+    return true;
 }
 
 std::string harness_row(Harness *h, int row) {
@@ -310,8 +280,7 @@ std::string harness_screen(Harness *h) {
 
 bool harness_reverse(Harness *h, int row, int column) {
     VTermScreenCell cell;
-    return vterm_screen_get_cell(h->screen, VTermPos{row, column}, &cell) &&
-           cell.attrs.reverse != 0;
+    return vterm_screen_get_cell(h->screen, {row, column}, &cell) && cell.attrs.reverse != 0;
 }
 
 std::pair<int, int> harness_cursor(Harness *h) {
@@ -331,29 +300,18 @@ const std::string &harness_output(Harness *h) {
 }
 
 int harness_wait_exit(Harness *h, int timeout_ms) {
-    long end = now_ms() + timeout_ms;
-    while (!h->exited) {
-        if (now_ms() >= end)
-            return -1;
-        pump(h, 10);
-        reap(h, false);
-    }
-    pump(h, 0);
-    return h->status;
+    return pump_until(h, timeout_ms, [h] { return h->exited; }) ? h->status : -1;
 }
 
 void harness_hangup(Harness *h) {
     pump(h, 0);
-    if (h->master >= 0)
-        close(h->master);
+    close(h->master);
     h->master = -1;
 }
 
+// The speeds live in c_cflag.
 bool harness_mode_unchanged(Harness *h) {
-    const struct termios &a = h->before;
-    const struct termios &b = h->after;
-    return h->have_after && a.c_iflag == b.c_iflag && a.c_oflag == b.c_oflag &&
-           a.c_cflag == b.c_cflag && a.c_lflag == b.c_lflag &&
-           memcmp(a.c_cc, b.c_cc, sizeof a.c_cc) == 0 && cfgetispeed(&a) == cfgetispeed(&b) &&
-           cfgetospeed(&a) == cfgetospeed(&b);
+    const struct termios &a = h->before, &b = h->after;
+    return a.c_iflag == b.c_iflag && a.c_oflag == b.c_oflag && a.c_cflag == b.c_cflag &&
+           a.c_lflag == b.c_lflag && memcmp(a.c_cc, b.c_cc, sizeof a.c_cc) == 0;
 }

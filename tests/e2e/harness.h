@@ -9,13 +9,13 @@
 #include <vector>
 
 struct HarnessOptions {
-    std::string program;           // default: the built avconfig
-    std::vector<std::string> args; // argv[1..]
-    std::vector<std::string> env;  // the whole environment, plus TERM=xterm
-                                   // unless given ("TERM" alone: no TERM)
-    std::string root;              // empty: a fresh harness_new_root()
-    bool as_root = true;           // false: run as user nobody
-    int key_pause_ms = 120;        // pause after each key, so that bursts separate
+    std::string program{};           // default: the built avconfig
+    std::vector<std::string> args{}; // argv[1..]
+    std::vector<std::string> env{};  // the whole environment, plus TERM=xterm
+                                     // unless given ("TERM" alone: no TERM)
+    std::string root{};              // empty: a fresh harness_new_root()
+    bool as_root = true;             // false: run as user nobody
+    int key_pause_ms = 120;          // pause after each key, so that bursts separate
 };
 
 struct Harness; // opaque

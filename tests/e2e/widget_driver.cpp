@@ -1,10 +1,9 @@
-// Test program for the form widgets: sets the terminal up as avconfig does,
-// runs one widget ("field", "pick", "radio", "pager", "message", "yesno") in a
-// full-screen window and shows on row 23 what it returned. F10 ends the run.
-#include <cstdarg>
+// Runs one form widget full-screen as avconfig sets the terminal up, showing on
+// row 23 what it returned; F10 ends the run.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <string>
 
 #include "forms/forms.h"
@@ -14,16 +13,14 @@
 
 namespace {
 
-int argc_g;
 char **argv_g;
 int main_window;
 
-// Options are name=value.
 const char *option(const char *name, const char *fallback) {
     size_t n = std::strlen(name);
-    for (int i = 2; i < argc_g; i++)
-        if (std::strncmp(argv_g[i], name, n) == 0 && argv_g[i][n] == '=')
-            return argv_g[i] + n + 1;
+    for (char **arg = argv_g + 2; *arg != nullptr; arg++)
+        if (std::strncmp(*arg, name, n) == 0 && (*arg)[n] == '=')
+            return *arg + n + 1;
     return fallback;
 }
 
@@ -32,32 +29,27 @@ int number(const char *name, int fallback) {
 }
 
 // Stops at column 60, clear of the parked cursors.
-__attribute__((format(printf, 1, 2))) void status(const char *format, ...) {
-    char text[512];
-    va_list ap;
-    va_start(ap, format);
-    std::vsnprintf(text, 61, format, ap);
-    va_end(ap);
+template <typename... Args> void status(const char *format, Args... args) {
+    char text[61];
+    std::snprintf(text, sizeof text, format, args...);
     win_clear(main_window, 23, 0, 1, 60);
     win_puts(main_window, 23, 0, text, 0);
     win_refresh(main_window, 0, 0, -1, -1);
 }
 
-// Runs the widget again after each key it returns, until F10.
 template <typename Run, typename Report> void loop(Run run, Report report) {
     win_show(main_window);
-    status("ready");
+    status("%s", "ready");
     for (int key = 0; key != KEY_F10;)
         report(key = run());
 }
 
-// The pick list and the pager show numbered entries and park the cursor on
-// row 23.
+// Numbered entries down to row 21 for the pick list and the pager.
 template <typename Widget>
 List *place(Widget &w, const char *word, int first_row, int width, int park_column) {
     w.window = main_window;
     w.first_row = first_row;
-    w.rows = 22 - first_row; // down to row 21
+    w.rows = 22 - first_row;
     w.width = width;
     w.park_row = 23;
     w.park_column = park_column;
@@ -97,7 +89,6 @@ void run_pick() {
     pick_list_init(&pick);
     List *list = place(pick, "Entry", 2, 76, 69);
     pick.column = 2;
-    pick.current = number("current", 0);
     win_box(main_window, 0, 1, 1, 22, 78);
     pick_list_show(&pick, list);
     loop([&] { return pick_list_run(&pick, list); },
@@ -119,9 +110,8 @@ void run_radio() {
         group.row[i] = 3 + i;
         group.column[i] = 2;
     }
-    group.selected = number("selected", 0);
     radio_show(-1, &group);
-    int focus = number("focus", 0);
+    int focus = 0;
     loop([&] { return radio_run(focus, &group); },
          [&](int key) {
              if (key == KEY_TAB || key == KEY_BACKTAB)
@@ -142,56 +132,41 @@ void run_pager() {
     list_destroy(list);
 }
 
-// Over a known background, so that a test can see it come back intact; the
-// box is shown again after each key but F10.
-void run_box(bool yesno) {
-    for (int row = 0; row < 23; row++) {
-        std::string line;
-        for (int column = 0; column < 80; column++)
-            line += (char)('A' + (row + column) % 26);
-        win_puts(main_window, row, 0, line.c_str(), row % 3 == 0 ? ATTR_REV : 0);
-    }
+// Over a known background that must come back intact; again after each key but F10.
+void run_box() {
+    bool yesno = std::strcmp(argv_g[1], "yesno") == 0;
+    std::string rows = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+    rows += rows + rows + rows + rows; // wide enough for any row's rotation
+    for (int row = 0; row < 23; row++)
+        win_puts(main_window, row, 0, rows.substr(row % 26, 80).c_str(), row % 3 ? 0 : ATTR_REV);
     win_show(main_window);
     std::string text = option(yesno ? "question" : "text", "");
     for (int i = 0; i < number("length", 0); i++)
         text += (char)('a' + i % 26);
-    if (number("newline", 0))
-        text += '\n';
+    text += number("newline", 0) ? "\n" : "";
     do {
-        if (yesno)
-            status("answer=%d", yes_no_box(1, option("title", "CONFIRM"), text.c_str()));
-        else
-            status("result=%d", message_box(1, option("title", "Note"), text.c_str()));
+        const char *title = option("title", yesno ? "CONFIRM" : "Note");
+        status(yesno ? "answer=%d" : "result=%d",
+               yesno ? yes_no_box(1, title, text.c_str()) : message_box(1, title, text.c_str()));
     } while (key_read() != KEY_F10);
 }
 
 } // namespace
 
 int main(int argc, char **argv) {
-    argc_g = argc;
     argv_g = argv;
     TermState state;
-    if (argc < 2 || term_init(1, &state) != 0) {
-        std::fprintf(stderr, "usage: widget_driver field|pick|radio|pager|message|yesno ...\n");
-        return 2;
-    }
+    if (argc < 2 || term_init(1, &state) != 0)
+        return 2; // usage: widget_driver field|pick|radio|pager|message|yesno name=value...
     term_screen_strings();
     term_raw_mode(&state, 127, 1);
     key_init();
     term_blank_screen();
     main_window = win_create(-1, "Driver", 0, 0, 24, 80);
-    std::string scenario = argv[1];
-    if (scenario == "field")
-        run_field();
-    else if (scenario == "pick")
-        run_pick();
-    else if (scenario == "radio")
-        run_radio();
-    else if (scenario == "pager")
-        run_pager();
-    else
-        run_box(scenario == "yesno");
-    win_destroy(main_window);
+    const std::map<std::string, void (*)()> runs = {
+        {"field", run_field}, {"pick", run_pick}, {"radio", run_radio}, {"pager", run_pager}};
+    auto run = runs.find(argv[1]);
+    (run != runs.end() ? run->second : run_box)();
     term_blank_screen();
     term_cursor_on();
     term_restore(&state);

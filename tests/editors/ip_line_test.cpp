@@ -24,15 +24,11 @@ TEST(IpLine, ParseAndFormat) {
     };
     const std::vector<Case> cases = {
         {fixed("alpha", "10.0.0.1", "", '0'), {"alpha", "10.0.0.1", 0, ""}, true},
-        {fixed("gamma", "", "GAMMA PC", '2'), {"gamma", "", 2, "GAMMA PC"}, true},
         {fixed("abcdefghijklmno", "255.255.255.255", std::string(25, 'p'), '1'),
          {"abcdefghijklmno", "255.255.255.255", 1, "ppppppppppppppppppppppppp"},
          true},
         {fixed("d", "", "x", '7'), {"d", "", 0, "x"}, false},
-        {"pc1", {"pc1", "", 0, ""}, false},
-        {"name\t\t", {"name", "", 0, ""}, false},
         {pad("n", 16) + pad("1.2.3.4", 19), {"n", "1.2.3.4", 0, ""}, false},
-        {pad("n", 33) + pad("pc", 26), {"n", "", 0, "pc"}, false},
         {fixed("n", "", "pc", '1') + "\r", {"n", "", 1, "pc"}, false},
     };
     for (const Case &c : cases) {
