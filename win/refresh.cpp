@@ -282,7 +282,11 @@ int win_refresh(int id, int row, int column, int rows, int columns) {
     if (clip(Rect{row + w->screen_row, column + w->screen_column, rows, columns}, window_rect(w),
              &r) < 0)
         return -1;
-    for (Window *up = w; up; up = up->parent >= 0 ? win_lookup(up->parent) : nullptr)
+    // A sound tree is at most WIN_MAX_IDS deep; the bound keeps a damaged
+    // table from looping for ever.
+    int steps = 0;
+    for (Window *up = w; up && steps < WIN_MAX_IDS;
+         up = up->parent >= 0 ? win_lookup(up->parent) : nullptr, steps++)
         if (clip(r, window_rect(up), &r) < 0)
             return -1;
     if (clip(r, screen_rect, &r) < 0)
@@ -314,7 +318,8 @@ int win_hide(int id) {
     return set_hidden(id, true) ? 0 : -1;
 }
 
-int win_destroy(int id) {
+// Ends a window and, below it, at most `depth` generations of descendants.
+static int destroy_tree(int id, int depth) {
     if (id <= 0)
         return 0;
     Window *w = set_hidden(id, true);
@@ -335,7 +340,8 @@ int win_destroy(int id) {
                 continue;
             child->parent = -1;
             child->parent_node = nullptr;
-            win_destroy(child_id);
+            if (depth > 0)
+                destroy_tree(child_id, depth - 1);
         }
         chain_destroy(w->children);
         w->children = nullptr;
@@ -345,6 +351,10 @@ int win_destroy(int id) {
     mem_free(w);
     win_give_back_id(id);
     return 0;
+}
+
+int win_destroy(int id) {
+    return destroy_tree(id, WIN_MAX_IDS);
 }
 
 void term_blank_screen() {

@@ -141,6 +141,15 @@ Window *win_lookup(int id) {
 }
 
 int win_create(int parent, const char *name, int row, int column, int rows, int columns) {
+    // The parent is looked up before an id is taken: otherwise a parent id equal
+    // to the id about to be handed out would find the half-made window itself
+    // and make it its own parent.
+    Window *up = nullptr;
+    if (!making_screen) {
+        up = win_lookup(parent);
+        if (!up)
+            return -1;
+    }
     int id = take_id();
     if (id < 0)
         return -1;
@@ -160,13 +169,7 @@ int win_create(int parent, const char *name, int row, int column, int rows, int 
     w->parent = -1;
     slots[id].record = w;
 
-    Window *up = nullptr;
-    if (!making_screen) {
-        up = win_lookup(parent);
-        if (!up) {
-            undo_create(id, w);
-            return -1;
-        }
+    if (up) {
         if (rows < 0)
             rows = up->rows - row;
         if (columns < 0)
@@ -188,7 +191,7 @@ int win_create(int parent, const char *name, int row, int column, int rows, int 
     w->cell_count = rows * columns;
     w->screen_row = row;
     w->screen_column = column;
-    if (!making_screen) {
+    if (up) {
         ChainNode *node = chain_prepend(
             up->children, reinterpret_cast<void *>(static_cast<intptr_t>(id)), nullptr);
         if (!node) {
