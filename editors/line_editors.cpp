@@ -165,6 +165,12 @@ int line_edit(TableScreen *screen) {
         message_box(1, "Error", editor->fetch_error);
         return TABLE_FAIL;
     }
+    // The field holds at most ENTRY_MAX characters; opening a longer line in
+    // it would cut the rest off silently on save.
+    if (strlen(line) > static_cast<size_t>(ENTRY_MAX)) {
+        message_box(1, "Note", "This entry is too long to edit here; delete it and add it again.");
+        return TABLE_STAY;
+    }
     char text[FIELD_TEXT_MAX + 1];
     str_copy_max(text, line, FIELD_TEXT_MAX);
     if (line_entry_dialog(screen->window, editor, IP_DIALOG_EDIT, current, text, screen->list) != 1)

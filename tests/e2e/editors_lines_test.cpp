@@ -29,6 +29,9 @@ TEST(EditorsLines, Sessions) {
         std::string after;
     };
     const std::string max = "The maximum number of variables has been reached (100).";
+    const std::string too_long = "This entry is too long to edit here; delete it and add it again.";
+    const std::string cmd140(140, 'x'), env100 = "V=" + std::string(98, 'v');
+    const std::string cmd76(76, 'y');
     const std::vector<Case> cases = {
         {"cancel writes nothing", false, ABSENT, {{"als{F6}{Esc}", "Lose all"}, {"y"}}, ABSENT},
         {"add creates the file", false, ABSENT, {{"als -l{F6}{F6}"}}, "ls -l\n"},
@@ -46,6 +49,17 @@ TEST(EditorsLines, Sessions) {
         {"99 allowed", true, env_lines(99), {{"aZ={F6}{F6}"}}, env_lines(99) + "Z=\n"},
         {"100 refused", true, env_lines(100), {{"a", max}, {" {Esc}"}}, env_lines(100)},
         {"120 kept", true, env_lines(120), {{"eW{F6}{F6}"}}, env_lines(120, 1) + "W1000=0\n"},
+        {"140 not edited",
+         false,
+         cmd140 + "\n",
+         {{"e", too_long}, {" aman{F6}{F6}"}},
+         "man\n" + cmd140 + "\n"},
+        {"env 100 not edited",
+         true,
+         env100 + "\n",
+         {{"e", too_long}, {" aZ=1{F6}{F6}"}},
+         env100 + "\nZ=1\n"},
+        {"76 edited whole", false, cmd76 + "\n", {{"ez{F6}{F6}"}}, "z" + cmd76.substr(1) + "\n"},
     };
     for (const Case &c : cases) {
         std::string root = harness_new_root();
