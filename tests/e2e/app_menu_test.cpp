@@ -21,12 +21,10 @@ static std::vector<int> highlighted(Harness *h) {
 // One session, under valgrind when the build allows it.
 TEST(AppMenu, SessionDrawsMovesShowsInformationAndExits) {
     HarnessOptions o;
-    o.key_pause_ms = 60;
 #ifndef AV_SANITIZED // valgrind cannot run a sanitized binary
     if (access("/usr/bin/valgrind", X_OK) == 0) {
         o.program = "/usr/bin/valgrind";
         o.args = {"-q", "--leak-check=full", "--error-exitcode=99", AV_BINARY};
-        o.key_pause_ms = 400;
     }
 #endif
     Harness *h = harness_start(o);
@@ -57,7 +55,7 @@ TEST(AppMenu, SessionDrawsMovesShowsInformationAndExits) {
         {"Up", 6}, {"Up", 4}, {"Down", 6}, {"Down", 0}, {"F10", 0}};
     for (const auto &[key, item] : moves) {
         harness_key(h, key);
-        harness_wait_quiet(h, 80);
+        harness_wait_idle(h);
         EXPECT_EQ(highlighted(h), std::vector<int>{item}) << key << " to " << item;
     }
     EXPECT_EQ(harness_bells(h), 1) << "only the unbound key rings";

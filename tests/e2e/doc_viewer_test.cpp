@@ -24,7 +24,7 @@ void print(Harness *h, const char *answer) {
     harness_type(h, "H");
     ASSERT_TRUE(harness_wait_text(h, "Print this information on the default printer?"));
     harness_type(h, answer);
-    harness_wait_quiet(h, 300);
+    harness_wait_idle(h);
 }
 
 TEST(DocViewer, PagesMarksPrintingAndAMissingDocument) {
@@ -37,12 +37,12 @@ TEST(DocViewer, PagesMarksPrintingAndAMissingDocument) {
     EXPECT_EQ(harness_row(h, 1), doc.substr(0, 80));
     EXPECT_EQ(harness_row_plain(h, 22).substr(73, 7), " More v");
     harness_key(h, "PgDn");
-    harness_wait_quiet(h);
+    harness_wait_idle(h);
     EXPECT_EQ(harness_row_plain(h, 22).substr(72, 7), "^ More ");
     print(h, "Y");
     EXPECT_TRUE(harness_wait_text(h, "Help file printed.")) << "without lp";
     harness_type(h, " ");
-    harness_wait_quiet(h);
+    harness_wait_idle(h);
     write_file(root + "/bin/lp", "#!/bin/sh\necho \"$@\" > '" + root + "/lp-args'\n");
     chmod((root + "/bin/lp").c_str(), 0755);
     print(h, "N");

@@ -33,25 +33,6 @@ inline std::string read_file(const std::string &path) {
     return in ? ss.str() : ABSENT;
 }
 
-// "{Name}" is a named key, anything else is typed. A lone Escape is kept
-// apart from the keys around it so that they are not read as one sequence.
-inline void press(Harness *h, const std::string &script) {
-    for (size_t i = 0; i < script.size(); i++) {
-        size_t close = script[i] == '{' ? script.find('}', i) : i;
-        if (close == i) {
-            harness_type(h, script.substr(i, 1));
-            continue;
-        }
-        bool esc = script.compare(i, close - i, "{Esc") == 0;
-        if (esc)
-            harness_wait_quiet(h, 150);
-        harness_key(h, script.substr(i + 1, close - i - 1));
-        if (esc)
-            harness_wait_quiet(h, 250);
-        i = close;
-    }
-}
-
 // Keys, the text that must then appear (empty: just wait for quiet), and
 // what to do after it.
 struct Step {
@@ -64,14 +45,14 @@ struct Step {
 inline void run_screen(const std::string &root, char menu_key, const std::string &title,
                        const std::vector<Step> &steps, const std::string &what,
                        const std::vector<std::string> &env = {}) {
-    HarnessOptions options{.env = env, .root = root, .key_pause_ms = 50};
+    HarnessOptions options{.env = env, .root = root};
     Harness *h = harness_start(options);
     ASSERT_NE(h, nullptr) << what;
     EXPECT_TRUE(harness_wait_text(h, MENU_TEXT));
     harness_type(h, std::string(1, menu_key));
     EXPECT_TRUE(harness_wait_text(h, title)) << what << "\n" << harness_screen(h);
     for (const Step &step : steps) {
-        press(h, step.keys);
+        harness_keys(h, step.keys);
         EXPECT_TRUE(harness_wait_text(h, step.expect)) << what << ": " << step.keys << "\n"
                                                        << harness_screen(h);
         if (step.then)

@@ -10,7 +10,7 @@
 // Starts the driver and waits until the widget is up (marker on the screen).
 inline Harness *forms_start(const std::vector<std::string> &args,
                             const std::string &marker = "ready") {
-    Harness *h = harness_start({.program = AV_WIDGET_DRIVER, .args = args, .key_pause_ms = 60});
+    Harness *h = harness_start({.program = AV_WIDGET_DRIVER, .args = args});
     if (h != nullptr && !harness_wait_text(h, marker))
         ADD_FAILURE() << "driver did not show " << marker;
     return h;
@@ -25,7 +25,7 @@ inline void forms_keys(Harness *h, const std::string &keys) {
         else
             harness_key(h, k);
     }
-    harness_wait_quiet(h, 150);
+    harness_wait_idle(h);
 }
 
 // A status row of the driver without its trailing blanks.

@@ -12,6 +12,7 @@
 #include <pty.h>
 #include <sched.h>
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <sys/mount.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -27,13 +28,13 @@ namespace fs = std::filesystem;
 struct Harness {
     pid_t pid = -1;
     int master = -1;
+    int slave = -1;         // kept open to see how much typed input is still unread
+    long reads_before = -1; // the program's read count before the last write
     VTerm *vt = nullptr;
     VTermScreen *screen = nullptr;
     std::string output;
-    long last_output = 0; // when the last byte arrived
     int bells = 0;
     bool cursor_visible = true;
-    int key_pause_ms = 120;
     bool exited = false;
     int status = -1;
     struct termios before {};
@@ -82,7 +83,6 @@ size_t pump(Harness *h, int wait_ms) {
         h->output.append(buf, static_cast<size_t>(n));
         vterm_input_write(h->vt, buf, static_cast<size_t>(n));
         total += static_cast<size_t>(n);
-        h->last_output = now_ms();
     }
     if (n < 0 && total == 0 && wait_ms > 0) // EIO once the slave side is gone: do not spin
         poll(nullptr, 0, 5);
@@ -91,9 +91,65 @@ size_t pump(Harness *h, int wait_ms) {
     return total;
 }
 
+// A number from one of the program's /proc files: the first field of `file`,
+// or the value after `label` in it; -1 when it cannot be read.
+long proc_number(pid_t pid, const char *file, const char *label = nullptr) {
+    char path[64];
+    snprintf(path, sizeof path, "/proc/%d/%s", static_cast<int>(pid), file);
+    FILE *f = fopen(path, "r");
+    if (f == nullptr)
+        return -1;
+    char line[256];
+    long value = -1;
+    while (value < 0 && fgets(line, sizeof line, f) != nullptr) {
+        const char *at = label == nullptr ? line : strstr(line, label);
+        if (at == line)
+            value = strtol(line + (label ? strlen(label) : 0), nullptr, 0);
+    }
+    fclose(f);
+    return value;
+}
+
+// The program sleeps in read(0, ...) (read is 0 on x86-64, 3 on i386), or is
+// stopped: either way nothing changes until something is sent.
+bool program_waits(Harness *h) {
+    char path[64], state = '?';
+    snprintf(path, sizeof path, "/proc/%d/stat", static_cast<int>(h->pid));
+    if (FILE *f = fopen(path, "r")) {
+        if (fscanf(f, "%*d (%*[^)]) %c", &state) != 1)
+            state = '?';
+        fclose(f);
+    }
+    if (state == 'T' || state == 't')
+        return true;
+    snprintf(path, sizeof path, "/proc/%d/syscall", static_cast<int>(h->pid));
+    FILE *f = fopen(path, "r");
+    if (f == nullptr)
+        return false;
+    long number = -1;
+    unsigned long fd = 1;
+    bool reading =
+        fscanf(f, "%ld %lx", &number, &fd) == 2 && (number == 0 || number == 3) && fd == 0;
+    fclose(f);
+    return reading;
+}
+
+// The program is idle: it has come back from the read that was under way when
+// the last bytes were written, sleeps in the next read with nothing left
+// unread, and all it wrote has been taken in. No timer is involved, so a
+// loaded machine only makes it slower, never wrong.
+bool idle(Harness *h) {
+    int unread = 0;
+    if (!program_waits(h) || ioctl(h->slave, FIONREAD, &unread) < 0 || unread > 0)
+        return false;
+    if (proc_number(h->pid, "io", "syscr: ") <= h->reads_before)
+        return false;
+    return pump(h, 0) == 0 && program_waits(h);
+}
+
 // Pumps until done() holds (true) or timeout_ms pass (false).
 template <class Done> bool pump_until(Harness *h, int timeout_ms, Done done) {
-    for (long end = now_ms() + timeout_ms; !done(); pump(h, 10))
+    for (long end = now_ms() + timeout_ms; !done(); pump(h, 2))
         if (now_ms() >= end)
             return false;
     pump(h, 0);
@@ -149,10 +205,22 @@ std::string harness_new_root() {
     return root;
 }
 
-// The root is bind-mounted over AV_PRODUCT_ROOT: never outside this build tree.
-static_assert(std::string_view(AV_PRODUCT_ROOT).starts_with(AV_BINARY_DIR "/"));
+namespace {
+// The runs mount roots, which takes root: as anyone else every test is skipped.
+struct NeedsRoot : testing::Environment {
+    void SetUp() override {
+        if (geteuid() != 0)
+            GTEST_SKIP() << "end-to-end tests run only as root";
+    }
+};
+const testing::Environment *const needs_root = testing::AddGlobalTestEnvironment(new NeedsRoot);
+} // namespace
 
 Harness *harness_start(const HarnessOptions &options) {
+    if (geteuid() != 0) {
+        ADD_FAILURE() << "harness: needs root (mount namespaces)"; // skipped before this
+        return nullptr;
+    }
     std::error_code ec;
     std::string root = options.root.empty() ? harness_new_root() : options.root;
     fs::create_directories(AV_PRODUCT_ROOT, ec); // else the mount in the child says why
@@ -170,7 +238,6 @@ Harness *harness_start(const HarnessOptions &options) {
     std::transform(env.begin(), env.end(), envp.begin(), [](auto &e) { return e.data(); });
 
     Harness *h = new Harness;
-    h->key_pause_ms = options.key_pause_ms;
     h->vt = vterm_new(24, 80);
     vterm_set_utf8(h->vt, 0);
     h->screen = vterm_obtain_screen(h->vt);
@@ -181,7 +248,7 @@ Harness *harness_start(const HarnessOptions &options) {
     int slave = -1;
     struct winsize ws = {24, 80, 0, 0};
     fflush(nullptr);
-    if (openpty(&h->master, &slave, nullptr, nullptr, &ws) < 0 ||
+    if (openpty(&h->master, &slave, nullptr, nullptr, &ws) < 0 || (h->slave = dup(slave)) < 0 ||
         tcgetattr(h->master, &h->before) < 0 || (h->pid = fork()) < 0) {
         ADD_FAILURE() << "harness: openpty or fork: " << strerror(errno);
         close(slave);
@@ -190,6 +257,7 @@ Harness *harness_start(const HarnessOptions &options) {
     }
     if (h->pid == 0) {
         close(h->master);
+        close(h->slave);
         if (login_tty(slave) < 0)
             child_fail("login_tty");
         if (unshare(CLONE_NEWNS) < 0 ||
@@ -215,12 +283,14 @@ void harness_stop(Harness *h) {
         kill(h->pid, SIGKILL);
     reap(h, true);
     close(h->master);
+    close(h->slave);
     vterm_free(h->vt);
     delete h;
 }
 
 void harness_send(Harness *h, const std::string &bytes) {
-    pump(h, 0);
+    harness_wait_idle(h);
+    h->reads_before = proc_number(h->pid, "io", "syscr: ");
     for (size_t done = 0; done < bytes.size() && h->master >= 0;) {
         ssize_t w = write(h->master, bytes.data() + done, bytes.size() - done);
         if (w < 0 && errno != EAGAIN && errno != EINTR) {
@@ -232,27 +302,69 @@ void harness_send(Harness *h, const std::string &bytes) {
         else // the program is not reading; keep its output flowing
             pump(h, 5);
     }
-    pump_until(h, h->key_pause_ms, [h] { return h->exited; });
+    harness_wait_idle(h);
 }
 
+namespace {
+
+// Groups keys into writes well under the 127 bytes of one read, each Escape in
+// a write of its own, so that no key is read as part of another's sequence.
+void send_keys(Harness *h, const std::vector<std::string> &keys) {
+    std::string group;
+    for (const std::string &key : keys) {
+        if (!group.empty() && (key == "\033" || group.size() + key.size() > 64)) {
+            harness_send(h, group);
+            group.clear();
+        }
+        group += key;
+        if (key == "\033") {
+            harness_send(h, group);
+            group.clear();
+        }
+    }
+    if (!group.empty())
+        harness_send(h, group);
+}
+
+std::string named_key(const std::string &name) {
+    auto it = key_bytes.find(name);
+    if (name.size() == 6 && name.starts_with("Ctrl-") && name[5] >= 'A' && name[5] <= 'Z')
+        return std::string(1, char(name[5] - 'A' + 1));
+    if (it != key_bytes.end())
+        return it->second;
+    ADD_FAILURE() << "harness: unknown key name '" << name << "'";
+    return "";
+}
+
+} // namespace
+
 void harness_type(Harness *h, const std::string &text) {
+    std::vector<std::string> keys;
     for (char c : text)
-        harness_send(h, std::string(1, c));
+        keys.emplace_back(1, c);
+    send_keys(h, keys);
 }
 
 void harness_key(Harness *h, const std::string &name) {
-    auto it = key_bytes.find(name);
-    if (name.size() == 6 && name.starts_with("Ctrl-") && name[5] >= 'A' && name[5] <= 'Z')
-        harness_send(h, std::string(1, char(name[5] - 'A' + 1)));
-    else if (it == key_bytes.end())
-        ADD_FAILURE() << "harness: unknown key name '" << name << "'";
-    else
-        harness_send(h, it->second);
+    harness_send(h, named_key(name));
 }
 
-void harness_wait_quiet(Harness *h, int quiet_ms, int timeout_ms) {
-    h->last_output = now_ms();
-    pump_until(h, timeout_ms, [&] { return h->exited || now_ms() - h->last_output >= quiet_ms; });
+void harness_keys(Harness *h, const std::string &script) {
+    std::vector<std::string> keys;
+    for (size_t i = 0; i < script.size(); i++) {
+        size_t close = script[i] == '{' ? script.find('}', i) : std::string::npos;
+        if (close == std::string::npos) {
+            keys.emplace_back(1, script[i]);
+        } else {
+            keys.push_back(named_key(script.substr(i + 1, close - i - 1)));
+            i = close;
+        }
+    }
+    send_keys(h, keys);
+}
+
+bool harness_wait_idle(Harness *h, int timeout_ms) {
+    return pump_until(h, timeout_ms, [h] { return h->exited || idle(h); });
 }
 
 bool harness_wait_text(Harness *h, const std::string &text, int timeout_ms) {
@@ -260,7 +372,7 @@ bool harness_wait_text(Harness *h, const std::string &text, int timeout_ms) {
     pump_until(h, timeout_ms, [&] { return shown() || (h->exited && pump(h, 0) == 0); });
     if (!shown())
         return false;
-    harness_wait_quiet(h, 100, 2000); // the rest of that drawing, even on a loaded machine
+    harness_wait_idle(h); // the rest of that drawing
     return true;
 }
 

@@ -15,7 +15,6 @@ struct HarnessOptions {
                                      // unless given ("TERM" alone: no TERM)
     std::string root{};              // empty: a fresh harness_new_root()
     bool as_root = true;             // false: run as user nobody
-    int key_pause_ms = 120;          // pause after each key, so that bursts separate
 };
 
 struct Harness; // opaque
@@ -27,15 +26,22 @@ std::string harness_new_root();
 Harness *harness_start(const HarnessOptions &options);
 void harness_stop(Harness *h); // always; kills the program if it still runs
 
-void harness_send(Harness *h, const std::string &bytes); // one write, then the pause
-void harness_type(Harness *h, const std::string &text);  // one key per byte
+// Every sending call waits until the program is idle (see harness_wait_idle)
+// before it writes and again after.
+void harness_send(Harness *h, const std::string &bytes); // one write
+void harness_type(Harness *h, const std::string &text);  // each byte a key
 // xterm bytes for "Up" "Down" "Left" "Right" "Home" "End" "PgUp" "PgDn" "Delete" "Insert"
 // "Backspace" "Tab" "BackTab" "Enter" "Esc" "F1".."F10" "Ctrl-A".."Ctrl-Z"; others fail.
 void harness_key(Harness *h, const std::string &name);
+// A key script: "{Name}" is a named key as above, any other byte is typed.
+// Keys go in as few writes as the key decoding allows (an Escape alone).
+void harness_keys(Harness *h, const std::string &script);
 
-// Reads output until nothing arrives for quiet_ms (or timeout_ms passes).
-void harness_wait_quiet(Harness *h, int quiet_ms = 150, int timeout_ms = 5000);
-// Waits until the screen shows text, then until output is quiet; false on timeout.
+// Reads output until the program has taken in everything sent, sleeps reading
+// the terminal again (or is stopped, or has exited) and all its output is in.
+// False when that does not happen within timeout_ms.
+bool harness_wait_idle(Harness *h, int timeout_ms = 10000);
+// Waits until the screen shows text, then until the program is idle; false on timeout.
 bool harness_wait_text(Harness *h, const std::string &text, int timeout_ms = 5000);
 
 // 80 characters; line pieces as UTF-8 box-drawing characters (3 bytes each).
