@@ -41,18 +41,24 @@ void field_init(TextField *field);
 void field_show(TextField *field, int cursor);
 int field_edit(TextField *field);
 
-// ---- pick list ---------------------------------------------------------------
-struct PickList {
+// ---- scrolling view ------------------------------------------------------------
+// What the pick list and the pager share: a window area that shows the strings
+// of a List one per row, from entry `top` on.
+struct ScrollView {
     int window;
-    int current;
     int top;
-    int count;
+    int count; // re-read from the List at every full draw
     int first_row;
     int column;
     int width;
     int rows;
-    int park_row;
+    int park_row; // where the terminal cursor waits while the view has the focus
     int park_column;
+};
+
+// ---- pick list ---------------------------------------------------------------
+struct PickList : ScrollView {
+    int current;
 };
 
 void pick_list_init(PickList *pick);
@@ -81,16 +87,7 @@ int message_box(int beep, const char *title, const char *text);
 int yes_no_box(int beep, const char *title, const char *question);
 
 // ---- document pager ---------------------------------------------------------------
-struct Pager {
-    int window;
-    int top;
-    int count;
-    int first_row;
-    int column;
-    int width;
-    int rows;
-    int park_row;
-    int park_column;
+struct Pager : ScrollView {
     int mark_row;
     int mark_column;
 };

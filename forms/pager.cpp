@@ -1,34 +1,13 @@
 // Read-only document pager: scrolls a list of lines by line, half page and
 // page; every other key goes back to the screen.
-#include <cstdio>
-#include <cstring>
-
-#include "forms/forms.h"
+#include "forms/forms_internal.h"
 #include "term/term.h"
 #include "win/win.h"
 
 namespace {
 
-constexpr int LINE_MAX_COLUMNS = 255;
-
 void draw_line(Pager *pager, List *list, int i) {
-    int width = pager->width;
-    if (width > LINE_MAX_COLUMNS)
-        width = LINE_MAX_COLUMNS;
-    if (width < 0)
-        width = 0;
-    const char *line = static_cast<const char *>(list_get(list, i));
-    if (line == nullptr)
-        line = "";
-    char cut[LINE_MAX_COLUMNS + 1];
-    size_t n = strnlen(line, (size_t)width);
-    std::memcpy(cut, line, n);
-    cut[n] = '\0';
-    char format[16];
-    std::snprintf(format, sizeof format, "%%-%ds", width);
-    char row[LINE_MAX_COLUMNS + 1];
-    std::snprintf(row, sizeof row, format, cut);
-    win_puts(pager->window, pager->first_row + i - pager->top, pager->column, row, 0);
+    scroll_view_draw_row(pager, list, i, 0);
     win_refresh(pager->window, 0, 0, -1, -1);
 }
 
@@ -54,15 +33,7 @@ void scroll(Pager *pager, List *list, int d) {
 } // namespace
 
 void pager_init(Pager *pager) {
-    pager->window = -1;
-    pager->top = 0;
-    pager->count = 0;
-    pager->first_row = 0;
-    pager->column = 0;
-    pager->width = 0;
-    pager->rows = 0;
-    pager->park_row = 0;
-    pager->park_column = 0;
+    scroll_view_init(pager);
     pager->mark_row = 22;
     pager->mark_column = 72;
 }
@@ -73,13 +44,7 @@ void pager_show(Pager *pager, List *list) {
         pager->top = 0;
     for (int i = pager->top; i < pager->count && i <= pager->top + pager->rows - 1; i++)
         draw_line(pager, list, i);
-    if (pager->count - pager->top < pager->rows) {
-        int r = pager->count - pager->top;
-        if (r < 0)
-            r = 0;
-        for (; r < pager->rows; r++)
-            win_clear(pager->window, pager->first_row + r, pager->column, 1, pager->width);
-    }
+    scroll_view_clear_tail(pager);
 
     int w = pager->window;
     int row = pager->mark_row;

@@ -1,36 +1,13 @@
 // Scrolling pick list: one entry per row, one highlighted; movement keys are
 // handled here, command keys go back to the screen.
-#include <cstdio>
-#include <cstring>
-
-#include "forms/forms.h"
+#include "forms/forms_internal.h"
 #include "term/term.h"
 #include "win/win.h"
 
 namespace {
 
-// Rows never exceed the 80-column screen; the buffer leaves room to spare.
-constexpr int ROW_MAX = 255;
-
 void draw_row(PickList *pick, List *list, int i, int highlighted) {
-    int width = pick->width;
-    if (width > ROW_MAX)
-        width = ROW_MAX;
-    if (width < 0)
-        width = 0;
-    const char *entry = static_cast<const char *>(list_get(list, i));
-    if (entry == nullptr)
-        entry = "";
-    char cut[ROW_MAX + 1];
-    size_t n = strnlen(entry, (size_t)width);
-    std::memcpy(cut, entry, n);
-    cut[n] = '\0';
-    char format[16];
-    std::snprintf(format, sizeof format, "%%-%ds", width);
-    char row[ROW_MAX + 1];
-    std::snprintf(row, sizeof row, format, cut);
-    win_puts(pick->window, pick->first_row + i - pick->top, pick->column, row,
-             highlighted ? ATTR_REV : 0);
+    scroll_view_draw_row(pick, list, i, highlighted ? ATTR_REV : 0);
 }
 
 void draw_mark(PickList *pick, int row, int more) {
@@ -43,16 +20,8 @@ void draw_mark(PickList *pick, int row, int more) {
 } // namespace
 
 void pick_list_init(PickList *pick) {
-    pick->window = -1;
+    scroll_view_init(pick);
     pick->current = 0;
-    pick->top = 0;
-    pick->count = 0;
-    pick->first_row = 0;
-    pick->column = 0;
-    pick->width = 0;
-    pick->rows = 0;
-    pick->park_row = 0;
-    pick->park_column = 0;
 }
 
 void pick_list_show(PickList *pick, List *list) {
@@ -67,21 +36,10 @@ void pick_list_show(PickList *pick, List *list) {
     int i = pick->top;
     for (; i < pick->count && i <= pick->top + pick->rows - 1; i++)
         draw_row(pick, list, i, i == pick->current);
-    if (pick->count - pick->top < pick->rows) {
-        int r = pick->count - pick->top;
-        if (r < 0)
-            r = 0;
-        for (; r < pick->rows; r++)
-            win_clear(pick->window, pick->first_row + r, pick->column, 1, pick->width);
-    }
-    if (pick->count == 0 && pick->rows > 0 && pick->width > 0) {
-        // An empty list still shows where the highlight would be.
-        char bar[ROW_MAX + 1];
-        int width = pick->width > ROW_MAX ? ROW_MAX : pick->width;
-        std::memset(bar, ' ', (size_t)width);
-        bar[width] = '\0';
-        win_puts(pick->window, pick->first_row, pick->column, bar, ATTR_REV);
-    }
+    scroll_view_clear_tail(pick);
+    if (pick->count == 0 && pick->rows > 0)
+        draw_row(pick, list, pick->top,
+                 1); // an empty list still shows where the highlight would be
     draw_mark(pick, pick->first_row - 1, pick->top > 0);
     draw_mark(pick, pick->first_row + pick->rows, pick->top + pick->rows < pick->count);
     win_refresh(pick->window, 0, 0, -1, -1);

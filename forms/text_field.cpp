@@ -118,6 +118,77 @@ int type_char(TextField *field, int p, int ch) {
     return p + 1;
 }
 
+// Cursor keys; false when the cursor cannot move that way.
+bool move_cursor(const TextField *field, int key, int *p) {
+    int to = key == KEY_LEFT    ? *p - 1
+             : key == KEY_RIGHT ? *p + 1
+             : key == KEY_HOME  ? 0
+                                : field->length;
+    if (to < 0 || to > field->length || to == *p)
+        return false;
+    *p = to;
+    return true;
+}
+
+// Backspace, Delete (or F2), Ctrl-E (cut to the end) and Ctrl-W (the word under
+// the cursor and the blanks after it); false when there is nothing to remove.
+bool delete_text(TextField *field, int key, int *p) {
+    int from = *p;
+    int to = *p + 1;
+    if (key == KEY_BACKSPACE || key == 8) {
+        from = *p - 1;
+        to = *p;
+    } else if (key == 5) {
+        to = field->length;
+    } else if (key == 23) {
+        while (to < field->length && field->text[to] != ' ')
+            to++;
+        while (to < field->length && field->text[to] == ' ')
+            to++;
+    }
+    if (from < 0 || to > field->length || from >= to)
+        return false;
+    field->changed = 1;
+    remove_range(field, from, to);
+    *p = from;
+    return true;
+}
+
+void toggle_insert_mode() {
+    insert_mode = insert_mode ? 0 : 1;
+    message_box(1, "Note", insert_mode ? "Insert mode is now ON" : "Insert mode is now OFF");
+}
+
+// One key that stays in the field; false when it does nothing.
+bool apply_key(TextField *field, int key, int *p) {
+    switch (key) {
+    case KEY_LEFT:
+    case KEY_RIGHT:
+    case KEY_HOME:
+    case KEY_END:
+        return move_cursor(field, key, p);
+    case KEY_BACKSPACE:
+    case 8:
+    case KEY_DELETE:
+    case KEY_F2:
+    case 5:
+    case 23:
+        return delete_text(field, key, p);
+    case KEY_INSERT:
+    case KEY_F1:
+        toggle_insert_mode();
+        return true;
+    default:
+        if (key < 32 || key > 126)
+            return false;
+        int next = type_char(field, *p, key);
+        if (next < 0)
+            return false;
+        *p = next;
+        return true;
+    }
+}
+
 } // namespace
 
 int field_edit(TextField *field) {
@@ -133,100 +204,13 @@ int field_edit(TextField *field) {
         term_cursor_on();
         int key = key_read();
         term_cursor_off();
-
         if (ends_edit(key)) {
             field_show(field, 0);
             return key;
         }
-        bool ok = true;
-        switch (key) {
-        case KEY_LEFT:
-            if (p > 0)
-                p--;
-            else
-                ok = false;
-            break;
-        case KEY_RIGHT:
-            if (p < field->length)
-                p++;
-            else
-                ok = false;
-            break;
-        case KEY_HOME:
-            if (p != 0)
-                p = 0;
-            else
-                ok = false;
-            break;
-        case KEY_END:
-            if (p < field->length)
-                p = field->length;
-            else
-                ok = false;
-            break;
-        case KEY_BACKSPACE:
-        case 8:
-            if (p > 0) {
-                field->changed = 1;
-                p--;
-                remove_range(field, p, p + 1);
-            } else {
-                ok = false;
-            }
-            break;
-        case KEY_DELETE:
-        case KEY_F2:
-            if (p < field->length) {
-                field->changed = 1;
-                remove_range(field, p, p + 1);
-            } else {
-                ok = false;
-            }
-            break;
-        case 5: // Ctrl-E: cut to the end
-            if (p < field->length) {
-                field->changed = 1;
-                field->text[p] = '\0';
-                field->length = p;
-            } else {
-                ok = false;
-            }
-            break;
-        case 23: // Ctrl-W: the word under the cursor and the blanks after it
-            if (p < field->length) {
-                field->changed = 1;
-                int end = p + 1;
-                while (end < field->length && field->text[end] != ' ')
-                    end++;
-                while (end < field->length && field->text[end] == ' ')
-                    end++;
-                remove_range(field, p, end);
-            } else {
-                ok = false;
-            }
-            break;
-        case KEY_INSERT:
-        case KEY_F1:
-            insert_mode = insert_mode ? 0 : 1;
-            message_box(1, "Note",
-                        insert_mode ? "Insert mode is now ON" : "Insert mode is now OFF");
-            break;
-        default:
-            if (key >= 32 && key <= 126) {
-                int next = type_char(field, p, key);
-                if (next < 0)
-                    ok = false;
-                else
-                    p = next;
-            } else {
-                ok = false;
-            }
-            break;
-        }
-        if (!ok) {
+        if (apply_key(field, key, &p))
+            field_show(field, p);
+        else
             term_beep();
-            continue;
-        }
-        field_show(field, p);
     }
 }

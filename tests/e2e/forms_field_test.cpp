@@ -10,6 +10,13 @@ TEST(FormsField, EditingKeys) {
         cases = {
             {{"field", "text=foo  bar"}, "Ctrl-W Ctrl-J", "bar", 10, 1, 0},
             {{"field", "text=foo  bar"}, "Right Right Right Ctrl-W Enter", "foobar", 13, 1, 0},
+            // Nothing left to cut or delete: a bell and no change.
+            {{"field", "text=foo"},
+             "End Ctrl-E Ctrl-W Delete Home Backspace Enter",
+             "foo",
+             13,
+             0,
+             4},
             // A character that finds no room still marks the text changed.
             {{"field", full}, "End =z Enter", "abcdefghijklmno", 13, 1, 1},
             {{"field", full}, "Right =Z Enter", "aZcdefghijklmno", 13, 1, 0},
