@@ -13,10 +13,6 @@ namespace {
 constexpr int MENU_ITEM_MAX = 7;
 constexpr int MENU_SLOT = 40;
 constexpr int MENU_TEXT_COLUMN = 2;
-constexpr int CTRL_J = 10;
-constexpr int CTRL_L = 12;
-constexpr int CTRL_M = 13;
-constexpr int CTRL_R = 18;
 
 const char *const menu_texts[MENU_ITEM_MAX] = {
     "N - Name To IP Address Table  ", "C - Available UNIX Commands   ",
@@ -95,7 +91,7 @@ int main_menu() {
         term_cursor_off();
         win_cursor(menu_window, menu_count, 32);
         int key = key_read();
-        if (key == CTRL_M || key == CTRL_J)
+        if (key_is_enter(key))
             key = static_cast<unsigned char>(menu_items[menu_current][0]);
         switch (key) {
         case 'N':
@@ -144,12 +140,11 @@ int main_menu() {
         case KEY_END:
             menu_move(menu_count - menu_current - 1);
             break;
-        case CTRL_L:
-        case CTRL_R:
-            term_repaint();
-            break;
         default:
-            term_beep();
+            if (key_is_repaint(key))
+                term_repaint();
+            else
+                term_beep();
             break;
         }
     }

@@ -113,10 +113,9 @@ void doc_viewer() {
         int key = pager_run(&pager, lines);
         if (key == 'H' || key == 'h') {
             print_document();
-        } else if (key == 'X' || key == 'x' || key == 27 || key == KEY_F5 || key == KEY_F6 ||
-                   key == 4 || key == 7) {
+        } else if (key == 'X' || key == 'x' || key_is_cancel(key) || key_is_save(key)) {
             break;
-        } else if (key == 12 || key == 18) {
+        } else if (key_is_repaint(key)) {
             term_repaint();
         } else {
             term_beep();

@@ -118,10 +118,12 @@ int ip_entry_dialog(int parent, int mode, int index, IpEntry *entry, List *lines
             if (fields[focus].changed)
                 changed = 1;
         }
+        if (key_is_enter(key))
+            key = KEY_TAB;
+        else if (key_is_save(key))
+            key = KEY_F6;
         switch (key) {
-        case CTRL_M:
-        case CTRL_J:
-        case TAB:
+        case KEY_CTRL_I:
         case KEY_TAB:
         case KEY_DOWN:
             focus = ip_focus_next(focus, group.selected);
@@ -130,8 +132,7 @@ int ip_entry_dialog(int parent, int mode, int index, IpEntry *entry, List *lines
         case KEY_UP:
             focus = ip_focus_previous(focus, group.selected);
             break;
-        case KEY_F6:
-        case CTRL_G: {
+        case KEY_F6: {
             char name[FIELD_TEXT_MAX + 1];
             char value[FIELD_TEXT_MAX + 1];
             int kind = group.selected;

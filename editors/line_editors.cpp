@@ -96,17 +96,18 @@ int line_entry_dialog(int parent, const LineEditor *editor, int mode, int index,
         int key = field_edit(&field);
         if (field.changed)
             changed = 1;
+        if (key_is_enter(key))
+            key = KEY_TAB;
+        else if (key_is_save(key))
+            key = KEY_F6;
         switch (key) {
-        case CTRL_M:
-        case CTRL_J:
-        case TAB:
+        case KEY_CTRL_I:
         case KEY_TAB:
         case KEY_BACKTAB:
         case KEY_UP:
         case KEY_DOWN:
             break;
-        case KEY_F6:
-        case CTRL_G: {
+        case KEY_F6: {
             if (editor->needs_equal && strchr(field.text, '=') == nullptr) {
                 message_box(1, "Error", "Expression must contain an equal sign (=)");
                 break;

@@ -63,7 +63,7 @@ void table_search(TableScreen *screen) {
     int found = -1;
     for (;;) {
         int key = field_edit(&field);
-        if (key == CTRL_M || key == CTRL_J || key == CTRL_G || key == KEY_F6) {
+        if (key_is_enter(key) || key_is_save(key)) {
             if (field.text[0] != '\0') {
                 found = list_find_string(field.text, 0, screen->list);
                 if (found < 0) {
@@ -74,9 +74,9 @@ void table_search(TableScreen *screen) {
             }
             break;
         }
-        if (key == ESCAPE || key == KEY_F5 || key == CTRL_D)
+        if (key_is_cancel(key))
             break;
-        if (key == CTRL_L || key == CTRL_R)
+        if (key_is_repaint(key))
             term_repaint();
         else
             term_beep();
@@ -161,20 +161,14 @@ void table_field(TextField *field, int window, int row, int column, int width, i
 }
 
 int table_dialog_key(int key, int changed) {
-    switch (key) {
-    case ESCAPE:
-    case KEY_F5:
-    case CTRL_D:
+    if (key_is_cancel(key))
         return changed == 0 || yes_no_box(1, "CONFIRM", "Lose changes to this entry?") == 1 ? 0
                                                                                             : -1;
-    case CTRL_L:
-    case CTRL_R:
+    if (key_is_repaint(key))
         term_repaint();
-        return -1;
-    default:
+    else
         term_beep();
-        return -1;
-    }
+    return -1;
 }
 
 int table_resort(TableScreen *screen, const char *text) {
@@ -195,6 +189,14 @@ int table_run(TableScreen *screen) {
     int result = TABLE_STAY;
     while (result == TABLE_STAY) {
         int key = pick_list_run(&screen->pick, screen->list);
+        if (key_is_enter(key))
+            key = 'e';
+        else if (key_is_save(key))
+            key = KEY_F6;
+        else if (key_is_cancel(key))
+            key = 'x';
+        else if (key_is_repaint(key))
+            key = KEY_CTRL_L;
         switch (key) {
         case 'A':
         case 'a':
@@ -202,8 +204,6 @@ int table_run(TableScreen *screen) {
             break;
         case 'E':
         case 'e':
-        case CTRL_M:
-        case CTRL_J:
             result = layout->edit(screen);
             break;
         case 'D':
@@ -217,19 +217,14 @@ int table_run(TableScreen *screen) {
             table_search(screen);
             break;
         case KEY_F6:
-        case CTRL_G:
             result = layout->save(screen);
             break;
         case 'X':
         case 'x':
-        case ESCAPE:
-        case KEY_F5:
-        case CTRL_D:
             if (table_cancel(screen))
                 result = TABLE_LEAVE;
             break;
-        case CTRL_L:
-        case CTRL_R:
+        case KEY_CTRL_L:
             term_repaint();
             break;
         default:

@@ -9,16 +9,6 @@
 
 struct TableScreen;
 
-// Control keys the screens and their entry dialogs read as plain bytes.
-constexpr int CTRL_D = 4;
-constexpr int CTRL_G = 7;
-constexpr int CTRL_J = 10;
-constexpr int CTRL_L = 12;
-constexpr int CTRL_M = 13;
-constexpr int CTRL_R = 18;
-constexpr int TAB = 9;
-constexpr int ESCAPE = 27;
-
 // Result of a step: TABLE_STAY keeps the key loop going, TABLE_LEAVE leaves
 // the screen normally, TABLE_FAIL closes it on an error.
 constexpr int TABLE_STAY = 0;

@@ -83,7 +83,7 @@ int pager_run(Pager *pager, List *list) {
 
         switch (key) {
         case KEY_UP:
-        case 8:
+        case KEY_CTRL_H:
         case KEY_BACKSPACE:
             scroll(pager, list, -1);
             break;
@@ -97,7 +97,7 @@ int pager_run(Pager *pager, List *list) {
         case KEY_PGDN:
             scroll(pager, list, pager->rows - 1);
             break;
-        case 9:
+        case KEY_CTRL_I:
         case KEY_TAB:
             scroll(pager, list, pager->rows / 2);
             break;

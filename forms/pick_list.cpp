@@ -81,16 +81,16 @@ namespace {
 
 bool returns_key(int key) {
     switch (key) {
-    case 1:
-    case 4:
-    case 7:
-    case 10:
-    case 11:
-    case 12:
-    case 13:
-    case 18:
-    case 20:
-    case 27:
+    case KEY_CTRL_A:
+    case KEY_CTRL_D:
+    case KEY_CTRL_G:
+    case KEY_CTRL_J:
+    case KEY_CTRL_K:
+    case KEY_CTRL_L:
+    case KEY_CTRL_M:
+    case KEY_CTRL_R:
+    case KEY_CTRL_T:
+    case KEY_ESCAPE:
     case KEY_LEFT:
     case KEY_RIGHT:
     case KEY_DELETE:
@@ -137,7 +137,7 @@ int pick_list_run(PickList *pick, List *list) {
         case KEY_PGDN:
             pick_list_move(pick->rows, pick, list);
             break;
-        case 9:
+        case KEY_CTRL_I:
         case KEY_TAB:
             pick_list_move(pick->rows / 2, pick, list);
             break;

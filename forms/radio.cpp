@@ -60,21 +60,21 @@ int radio_run(int focus, RadioGroup *group) {
                 group->changed = 1;
             }
             return KEY_TAB;
-        case 13:
-        case 10:
+        case KEY_CTRL_M:
+        case KEY_CTRL_J:
         case KEY_DOWN:
             return KEY_TAB;
         case KEY_UP:
             return KEY_BACKTAB;
-        case 1:
-        case 4:
-        case 7:
-        case 9:
-        case 11:
-        case 12:
-        case 18:
-        case 20:
-        case 27:
+        case KEY_CTRL_A:
+        case KEY_CTRL_D:
+        case KEY_CTRL_G:
+        case KEY_CTRL_I:
+        case KEY_CTRL_K:
+        case KEY_CTRL_L:
+        case KEY_CTRL_R:
+        case KEY_CTRL_T:
+        case KEY_ESCAPE:
         case KEY_LEFT:
         case KEY_RIGHT:
         case KEY_TAB:

@@ -63,19 +63,19 @@ void remove_range(TextField *field, int from, int to) {
 
 bool ends_edit(int key) {
     switch (key) {
-    case 1:
-    case 4:
-    case 7:
-    case 9:
-    case 10:
-    case 11:
-    case 12:
-    case 13:
-    case 15:
-    case 18:
-    case 20:
-    case 26:
-    case 27:
+    case KEY_CTRL_A:
+    case KEY_CTRL_D:
+    case KEY_CTRL_G:
+    case KEY_CTRL_I:
+    case KEY_CTRL_J:
+    case KEY_CTRL_K:
+    case KEY_CTRL_L:
+    case KEY_CTRL_M:
+    case KEY_CTRL_O:
+    case KEY_CTRL_R:
+    case KEY_CTRL_T:
+    case KEY_CTRL_Z:
+    case KEY_ESCAPE:
     case KEY_UP:
     case KEY_DOWN:
     case KEY_TAB:
@@ -135,12 +135,12 @@ bool move_cursor(const TextField *field, int key, int *p) {
 bool delete_text(TextField *field, int key, int *p) {
     int from = *p;
     int to = *p + 1;
-    if (key == KEY_BACKSPACE || key == 8) {
+    if (key == KEY_BACKSPACE || key == KEY_CTRL_H) {
         from = *p - 1;
         to = *p;
-    } else if (key == 5) {
+    } else if (key == KEY_CTRL_E) {
         to = field->length;
-    } else if (key == 23) {
+    } else if (key == KEY_CTRL_W) {
         while (to < field->length && field->text[to] != ' ')
             to++;
         while (to < field->length && field->text[to] == ' ')
@@ -168,11 +168,11 @@ bool apply_key(TextField *field, int key, int *p) {
     case KEY_END:
         return move_cursor(field, key, p);
     case KEY_BACKSPACE:
-    case 8:
+    case KEY_CTRL_H:
     case KEY_DELETE:
     case KEY_F2:
-    case 5:
-    case 23:
+    case KEY_CTRL_E:
+    case KEY_CTRL_W:
         return delete_text(field, key, p);
     case KEY_INSERT:
     case KEY_F1:

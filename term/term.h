@@ -33,6 +33,38 @@ constexpr int KEY_ESC_ESC = 400;
 constexpr int KEY_ESC_QUERY = 401;
 constexpr int KEY_ESC_SLASH = 402;
 
+// Control keys come as their own bytes.
+constexpr int KEY_CTRL_A = 1;
+constexpr int KEY_CTRL_D = 4;
+constexpr int KEY_CTRL_E = 5;
+constexpr int KEY_CTRL_G = 7;
+constexpr int KEY_CTRL_H = 8; // Backspace on many terminals
+constexpr int KEY_CTRL_I = 9; // the Tab byte
+constexpr int KEY_CTRL_J = 10;
+constexpr int KEY_CTRL_K = 11;
+constexpr int KEY_CTRL_L = 12;
+constexpr int KEY_CTRL_M = 13; // Return
+constexpr int KEY_CTRL_O = 15;
+constexpr int KEY_CTRL_R = 18;
+constexpr int KEY_CTRL_T = 20;
+constexpr int KEY_CTRL_W = 23;
+constexpr int KEY_CTRL_Z = 26;
+constexpr int KEY_ESCAPE = 27;
+
+// The key scheme shared by every screen and dialog.
+inline int key_is_enter(int key) {
+    return key == KEY_CTRL_M || key == KEY_CTRL_J;
+}
+inline int key_is_save(int key) {
+    return key == KEY_F6 || key == KEY_CTRL_G;
+}
+inline int key_is_cancel(int key) {
+    return key == KEY_ESCAPE || key == KEY_F5 || key == KEY_CTRL_D;
+}
+inline int key_is_repaint(int key) {
+    return key == KEY_CTRL_L || key == KEY_CTRL_R;
+}
+
 // ---- description loading ----------------------------------------------------
 
 struct TermState {
