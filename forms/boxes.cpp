@@ -16,7 +16,7 @@ constexpr int QUESTION_MAX = 67;
 void put_title(int window, int width, const char *title) {
     char text[WIN_SCREEN_COLUMNS + 1];
     std::snprintf(text, sizeof text, " %s ", title);
-    int length = (int)std::strlen(text);
+    int length = static_cast<int>(std::strlen(text));
     if (length > width) {
         length = width;
         text[length] = '\0';
@@ -34,13 +34,13 @@ int message_box(int beep, const char *title, const char *text) {
         text = "";
 
     char line[MESSAGE_TEXT_MAX + 1];
-    int length = (int)strnlen(text, MESSAGE_TEXT_MAX + 1);
+    int length = static_cast<int>(strnlen(text, MESSAGE_TEXT_MAX + 1));
     if (length > MESSAGE_TEXT_MAX) {
         length = MESSAGE_TEXT_MAX;
     } else if (length > 0 && text[length - 1] == '\n') {
         length--;
     }
-    std::memcpy(line, text, (size_t)length);
+    std::memcpy(line, text, static_cast<size_t>(length));
     line[length] = '\0';
 
     int width = length + 4 < 32 ? 32 : length + 4;
@@ -77,8 +77,8 @@ int yes_no_box(int beep, const char *title, const char *question) {
         question = "";
 
     char prompt[QUESTION_MAX + 9];
-    int length = (int)strnlen(question, QUESTION_MAX);
-    std::memcpy(prompt, question, (size_t)length);
+    int length = static_cast<int>(strnlen(question, QUESTION_MAX));
+    std::memcpy(prompt, question, static_cast<size_t>(length));
     std::memcpy(prompt + length, " (Y/N): ", 9);
 
     int width = length + 13;

@@ -19,7 +19,7 @@ int legend_puts(int window, int row, int column, const char *const *pieces) {
         win_puts(window, row, column, pieces[i], (i % 2 == 0) ? ATTR_REV : 0);
         // Advance by the piece's own length, so that a clipped write does
         // not shift the pieces that follow.
-        column += (int)std::strlen(pieces[i]);
+        column += static_cast<int>(std::strlen(pieces[i]));
     }
     return column;
 }

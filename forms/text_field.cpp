@@ -32,7 +32,7 @@ void field_show(TextField *field, int cursor) {
     win_clear(field->window, field->row, field->column, 1, field->width);
 
     char view[FIELD_TEXT_MAX + 1];
-    int length = (int)strnlen(field->text, FIELD_TEXT_MAX);
+    int length = static_cast<int>(strnlen(field->text, FIELD_TEXT_MAX));
     int from = field->scroll < 0 ? 0 : field->scroll;
     int to = field->scroll + field->width;
     if (to > length)
@@ -41,7 +41,7 @@ void field_show(TextField *field, int cursor) {
     if (n < 0)
         n = 0;
     if (n > 0)
-        std::memcpy(view, field->text + from, (size_t)n);
+        std::memcpy(view, field->text + from, static_cast<size_t>(n));
     view[n] = '\0';
     win_puts(field->window, field->row, field->column, view, 0);
     win_refresh(field->window, 0, 0, -1, -1);
@@ -57,7 +57,7 @@ int field_limit(const TextField *field) {
 }
 
 void remove_range(TextField *field, int from, int to) {
-    std::memmove(field->text + from, field->text + to, (size_t)(field->length - to + 1));
+    std::memmove(field->text + from, field->text + to, static_cast<size_t>(field->length - to + 1));
     field->length -= to - from;
 }
 
@@ -103,14 +103,15 @@ int type_char(TextField *field, int p, int ch) {
             field->length--;
             field->text[field->length] = '\0';
         }
-        std::memmove(field->text + p + 1, field->text + p, (size_t)(field->length - p + 1));
-        field->text[p] = (char)ch;
+        std::memmove(field->text + p + 1, field->text + p,
+                     static_cast<size_t>(field->length - p + 1));
+        field->text[p] = static_cast<char>(ch);
         field->length++;
         return p + 1;
     }
     if (p >= limit)
         return -1;
-    field->text[p] = (char)ch;
+    field->text[p] = static_cast<char>(ch);
     if (p == field->length) {
         field->length++;
         field->text[field->length] = '\0';
@@ -195,7 +196,7 @@ int field_edit(TextField *field) {
     // Keep the record consistent with its text even if the dialog set the
     // length carelessly.
     field->text[FIELD_TEXT_MAX] = '\0';
-    field->length = (int)std::strlen(field->text);
+    field->length = static_cast<int>(std::strlen(field->text));
 
     int p = 0;
     field->scroll = 0;
