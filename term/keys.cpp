@@ -95,6 +95,38 @@ void fill_buffer() {
     }
 }
 
+// Length of the complete control sequence that starts with the ESC at
+// input[pos], or 0 when the bytes there form none: ESC "[" or ESC "O", then
+// parameter bytes, intermediate bytes and one final byte. The Linux
+// console's ESC "[" "[" and one letter counts too. Only bytes of the same
+// read are looked at, as for the bound sequences.
+int control_sequence_length(int pos) {
+    int end = input_count - 1; // the NUL after the buffered bytes
+    int i = pos + 1;
+    if (i >= end || (input[i] != '[' && input[i] != 'O'))
+        return 0;
+    ++i;
+    if (input[i - 1] == '[' && i < end && input[i] == '[')
+        return i + 1 < end && input[i + 1] >= 'A' && input[i + 1] <= 'Z' ? i + 2 - pos : 0;
+    while (i < end && input[i] >= 0x30 && input[i] <= 0x3f)
+        ++i;
+    while (i < end && input[i] >= 0x20 && input[i] <= 0x2f)
+        ++i;
+    if (i < end && input[i] >= 0x40 && input[i] <= 0x7e)
+        return i + 1 - pos;
+    return 0;
+}
+
+// The VT100 family's application-mode cursor and keypad forms: a terminal
+// left in that mode by an earlier program still has usable arrows.
+int application_mode_key(unsigned char final) {
+    const char *finals = "ABCDHFPQRS";
+    const int codes[] = {KEY_UP,  KEY_DOWN, KEY_RIGHT, KEY_LEFT, KEY_HOME,
+                         KEY_END, KEY_F1,   KEY_F2,    KEY_F3,   KEY_F4};
+    const char *hit = final ? strchr(finals, final) : nullptr;
+    return hit ? codes[hit - finals] : -1;
+}
+
 } // namespace
 
 int term_raw_mode(TermState *state, unsigned char min_chars, unsigned char tenths) {
@@ -196,6 +228,21 @@ int key_read() {
                 best_len = i - read_pos + 1;
             }
             level = pool[node].next;
+        }
+        // A sequence the table does not know must not come back as ESC and
+        // letters that each act: it is one key, known or dropped.
+        if (best_len == 1 && input[read_pos] == 27) {
+            int n = control_sequence_length(read_pos);
+            if (n > 0) {
+                int code = n == 3 && input[read_pos + 1] == 'O'
+                               ? application_mode_key(input[read_pos + 2])
+                               : -1;
+                read_pos = static_cast<unsigned char>(read_pos + n);
+                if (code >= 0)
+                    return code;
+                term_beep();
+                continue;
+            }
         }
         if (best >= 0) {
             read_pos = static_cast<unsigned char>(read_pos + best_len);

@@ -23,6 +23,28 @@ TEST(KeyRead, BindingsAndPriorities) {
     }
 }
 
+// Sequences the table lacks: one key or one bell, never ESC and letters.
+TEST(KeyRead, UnboundSequences) {
+    const std::tuple<std::string, std::vector<int>, int> cases[] = {
+        {"\x1b[1;5Cx", {'x'}, 1},         // Ctrl-Right
+        {"\x1b[23~\x1b[200~x", {'x'}, 2}, // F11, a bracketed paste start
+        {"\x1b[[Ax\x1bO5Px\x1bOZx", {'x', 'x', 'x'}, 3},
+        {"\x1bOA\x1bOB\x1bOC\x1bOD\x1bOH\x1bOF",
+         {KEY_UP, KEY_DOWN, KEY_RIGHT, KEY_LEFT, KEY_HOME, KEY_END},
+         0},
+        {"\x1bOQ\x1bOR\x1bOS\x1bOP", {KEY_F2, KEY_F3, KEY_F1, KEY_F1}, 0}, // bound wins
+        {"\x1b[A\x1b[1;5", {KEY_UP, 27, '[', '1', ';', '5'}, 0},           // cut short: as today
+        {"\x1bx\x1bO", {27, 'x', 27, 'O'}, 0},
+    };
+    for (const auto &[input, want, bells] : cases) {
+        ASSERT_EQ(load_entry("t:ku=\\E[A:k0=\\EOS:\n"), 0);
+        std::vector<int> got;
+        EXPECT_EQ(capture_stdout([&] { got = read_keys(input, want.size()); }),
+                  std::string(bells, '\a'));
+        EXPECT_EQ(got, want) << testing::PrintToString(input);
+    }
+}
+
 TEST(PtyKeys, BurstsTimingRestoreAndHangup) {
     TermState state{};
     termio before{}, after{};
