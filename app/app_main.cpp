@@ -82,18 +82,23 @@ int app_main(int argc, char **argv) {
     // Without a description there is nothing to drive the screen with, and
     // without a mode read at start there is nothing to restore: stop here,
     // before the terminal is touched, and say where descriptions were sought.
+    // A type without a description of its own is tried as its family
+    // ("screen.linux" as "screen"): close kin draw and read keys alike, and
+    // refusing to start serves the administrator worse.
     int loaded = term_init(1, &term_state);
+    if (loaded == -2)
+        loaded = term_init_family(1, &term_state);
     if (loaded == -1)
-        return refuse("avconfig: no terminal type set (AVTERM, QXTERM, TERM)\n");
+        return refuse("\aavconfig: no terminal type set (AVTERM, QXTERM, TERM)\n");
     if (loaded != 0) {
-        printf("avconfig: no description for terminal '%s' in ", term_state.term_name);
+        printf("\aavconfig: no description for terminal '%s' in ", term_state.term_name);
         print_search_places();
         return refuse("\n");
     }
     // term_init cannot tell whether the mode was read; a program whose input
     // is not a terminal has no mode to set or to put back.
     if (!isatty(0))
-        return refuse("avconfig: standard input is not a terminal\n");
+        return refuse("\aavconfig: standard input is not a terminal\n");
 
     if (tc_flag("Ne") == 1)
         escape_key_setting = 0;

@@ -25,7 +25,7 @@ int term_session(TermState *state) {
     term_screen_strings();
     if (term_raw_mode(state, 127, 1) != 0) {
         // The mode was not changed, so there is nothing to put back.
-        fputs("avconfig: cannot set the terminal mode\n", stdout);
+        fputs("\aavconfig: cannot set the terminal mode\n", stdout);
         fflush(stdout);
         return 255;
     }

@@ -294,6 +294,10 @@ int term_init(int save_mode, TermState *state) {
     if (!name)
         return -1;
     state->term_name = name;
+    return term_load_description(save_mode, state, name);
+}
+
+int term_load_description(int save_mode, TermState *state, const char *name) {
     if (!tc_load(name))
         return -2;
     term_settle_motion();

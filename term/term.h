@@ -75,6 +75,13 @@ struct TermState {
 
 // 0 loaded; -1 no terminal type set; -2 no description found.
 int term_init(int save_mode, TermState *state);
+// The rest of term_init once the type is chosen: loads the description of
+// name (state->term_name is left alone), then reads the mode as term_init.
+int term_load_description(int save_mode, TermState *state, const char *name);
+// Start-up's way out of term_init's -2: loads the first description found
+// for the type's family names, cutting state->term_name at its last "-", "."
+// or "+" again and again. 0 loaded; -2 none found.
+int term_init_family(int save_mode, TermState *state);
 int tc_load(const char *name);
 int tc_read_entry(const char *path, const char *name);
 int tc_find(const char *name);

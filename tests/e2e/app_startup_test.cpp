@@ -9,7 +9,7 @@ TEST(AppStartup, VersionsAndRefusals) {
     const std::string long_version = "\nArdovane PC Conduvia Configuration " + version;
     const std::string not_root = "\aThe configuration program must be run by 'root'.\n";
     const std::string bad_argument = "\aInvalid Argument...\n";
-    const std::string no_description = "avconfig: no description for terminal ";
+    const std::string no_description = "\aavconfig: no description for terminal ";
     const std::string searched =
         AV_PRODUCT_ROOT "/termdef, /etc/termcap.AV, /etc/termcap.AVQX, /etc/termcap\n";
     struct Case {
@@ -28,8 +28,9 @@ TEST(AppStartup, VersionsAndRefusals) {
         {{"-v", "-v"}, {}, false, 255, not_root},
         {{"-V"}, {}, true, 255, bad_argument},
         {{}, {}, false, 255, not_root},
-        {{}, {"TERM"}, true, 255, "avconfig: no terminal type set (AVTERM, QXTERM, TERM)\n"},
-        {{}, {"TERM=nosuch"}, true, 255, no_description + "'nosuch' in " + searched},
+        {{}, {"TERM"}, true, 255, "\aavconfig: no terminal type set (AVTERM, QXTERM, TERM)\n"},
+        {{}, {"AVTERM=nosuchterm"}, true, 255, no_description + "'nosuchterm' in " + searched},
+        {{}, {"TERM=no-such.term"}, true, 255, no_description + "'no-such.term' in " + searched},
         {{}, {"AVTERMCAP=/dev/null"}, true, 255, no_description + "'xterm' in /dev/null\n"},
     };
     for (const Case &c : cases) {

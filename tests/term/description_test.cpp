@@ -34,6 +34,24 @@ TEST(TcReadEntry, LinksAndSelection) {
     EXPECT_EQ(tc_num("co"), 1);
 }
 
+TEST(TermInitFamily, CutsAtTheLastSeparator) {
+    const std::pair<const char *, int> cases[] = {{"screen.linux", 3}, {"xterm-256color-italic", 1},
+                                                  {"xterm+a.b-c", 2},  {"screen-", 3},
+                                                  {"-screen", -1},     {"nosuch-thing", -1}};
+    std::string path = write_termcap("xterm-256color:li#1:\nxterm:li#2:\nscreen:li#3:\n");
+    setenv("AVTERMCAP", path.c_str(), 1);
+    for (const auto &[name, li] : cases) {
+        term_reset();
+        setenv("AVTERM", name, 1);
+        TermState state{};
+        ASSERT_EQ(term_init(0, &state), -2) << name;
+        EXPECT_EQ(term_init_family(0, &state), li > 0 ? 0 : -2) << name;
+        EXPECT_EQ(tc_num("li"), li) << name;
+        EXPECT_STREQ(state.term_name, name) << "the message names the type asked for";
+    }
+    unlink(path.c_str());
+}
+
 TEST(TcLoad, FileSearch) {
     std::string has = write_termcap("t:li#1:\n");
     const std::tuple<const char *, const char *, int> cases[] = {
