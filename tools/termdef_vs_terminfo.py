@@ -1,101 +1,280 @@
 #!/usr/bin/env python3
-"""Shows the key strings of data/termdef entries next to the system's
-terminfo (infocmp), to check a terminal's entry when adding or changing it.
+"""Holds data/termdef against the system's terminfo and fails on a mismatch.
 
-Usage: tools/termdef_vs_terminfo.py [NAME...]   (default: every terminal)
+Usage: tools/termdef_vs_terminfo.py [--termdef FILE] [NAME...]
+       (default: every name in the file that terminfo knows)
 
-Terminfo describes some keys in application keypad/cursor mode (\\EOA,
-\\EOH); the program never switches that mode, so those differ on purpose.
+For each terminal it compares the cursor addressing (expanded for a few
+positions), the clear string, the arrow, function and editing keys, and the
+class of line drawing (VT100 set, code page 437, UTF-8, none). A difference is
+accepted only when DIFFERENCES below lists it with its reason. Exit status 1
+on any mismatch, 0 otherwise.
 """
+import json
 import os
 import re
 import subprocess
 import sys
 
 TERMDEF = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "data", "termdef")
+ESC = "\x1b"
+
 # Our key capability -> terminfo name.
 KEYS = [("kl", "kcub1"), ("kr", "kcuf1"), ("ku", "kcuu1"), ("kd", "kcud1"),
-        ("kb", "kbs"), ("dk", "kdch1"), ("al", "kich1"), ("bt", "kcbt"),
-        ("PU", "kpp"), ("PD", "knp"), ("ho", "khome"), ("EN", "kend")] + \
-       [("k%d" % (i % 10), "kf%d" % i) for i in range(1, 11)]
+        ("dk", "kdch1"), ("al", "kich1"), ("bt", "kcbt"), ("PU", "kpp"), ("PD", "knp"),
+        ("ho", "khome"), ("EN", "kend")] + [("F%d" % i, "kf%d" % i) for i in range(1, 11)]
+POSITIONS = [(0, 0), (4, 9), (12, 40), (23, 78)]
+PIECES = ["GH", "GV", "G2", "G1", "G3", "G4", "GD", "GU", "GR", "GL", "GC"]
+VT100 = "qxlkmjwvtun"  # the VT100 letters of the pieces, in PIECES order
+CP437 = "\xc4\xb3\xda\xbf\xc0\xd9\xc2\xc1\xc3\xb4\xc5"
+UTF8 = "".join(chr(c) for c in [0x2500, 0x2502, 0x250C, 0x2510, 0x2514, 0x2518, 0x252C,
+                                0x2534, 0x251C, 0x2524, 0x253C]).encode().decode("latin-1")
+# Terminals that are UTF-8 by nature and ignore the VT100 switch there.
+UTF8_NATIVE = re.compile(r"^(linux|putty)([-.+].*)?$")
+
+# Deliberate differences: (terminal pattern, capability, terminfo's value,
+# ours, reason). The program never switches the keypad or cursor keys into
+# their transmit (application) mode, so it carries what the keys send in the
+# default mode wherever terminfo assumes that mode.
+APP = "terminfo gives the keypad-transmit form; the default mode sends these"
+OLD_XTERM = "an X11R5/R6-era description now run on xterm, which does this"
+VT100_PF = "a VT100 has no F5-F10: terminfo names keypad keys that send digits in the \
+default mode; emulators set to vt100 send these"
+DIFFERENCES = [(".*", "kcuu1", ESC + "OA", ESC + "[A", APP),
+               (".*", "kcud1", ESC + "OB", ESC + "[B", APP),
+               (".*", "kcuf1", ESC + "OC", ESC + "[C", APP),
+               (".*", "kcub1", ESC + "OD", ESC + "[D", APP),
+               (".*", "khome", ESC + "OH", ESC + "[H", APP),
+               (".*", "kend", ESC + "OF", ESC + "[F", APP),
+               ("st.*", "khome", ESC + "[1~", ESC + "[H", APP),
+               ("st.*", "kdch1", ESC + "[3~", ESC + "[P", APP),
+               ("st.*", "kich1", ESC + "[2~", ESC + "[4h", APP),
+               ("xterm-r5", "khome", ESC + "[1~", ESC + "[H", OLD_XTERM),
+               ("xterm-r5", "kend", ESC + "[4~", ESC + "[F", OLD_XTERM),
+               ("xterm-r5", "acsc", "ascii", "vt100", OLD_XTERM)] + \
+              [("xterm-(color|mono|r5|r6)", "kf%d" % i, ESC + "[1%d~" % i,
+                ESC + "O" + "PQRS"[i - 1], OLD_XTERM) for i in range(1, 5)] + \
+              [("vt10[02].*", "kf%d" % i, ESC + "O" + "tuvlwx"[i - 5], ESC + "[%d~" % n, VT100_PF)
+               for i, n in zip(range(5, 11), [15, 17, 18, 19, 20, 21])] + \
+              [("vt52", "kf%d" % i, ESC + "?" + "tuvwx"[i - 5], None,
+                "the VT52 keypad sends digits in its default mode") for i in range(5, 10)]
+# Debian 12's ncurses-base: every one but dumb must have an entry of its own.
+BASE = """Eterm Eterm-color ansi cons25 cons25-debian cygwin hurd linux mach mach-bold
+mach-color mach-gnu mach-gnu-color pcansi rxvt rxvt-basic rxvt-m rxvt-unicode
+rxvt-unicode-256color screen screen-256color screen-256color-bce screen-bce screen-s
+screen-w screen.xterm-256color sun tmux tmux-256color vt100 vt102 vt220 vt52 wsvt25
+wsvt25m xterm xterm-256color xterm-color xterm-debian xterm-mono xterm-r5 xterm-r6
+xterm-vt220 xterm-xfree86""".split()
 
 
-def entries():
-    """Maps every name to (names, fields) of its entry, lines joined."""
-    text = open(TERMDEF, encoding="latin-1").read().replace("\\\n", "")
+def entries(path):
+    """Maps every name to the fields of its entry, lines joined."""
+    text = open(path, encoding="latin-1").read().replace("\\\n", "")
     result = {}
     for line in text.splitlines():
-        if not line or line.startswith("#"):
+        if not line or line[0] in "# \t":
             continue
         head, _, rest = line.partition(":")
-        fields = [f.strip() for f in rest.split(":") if f.strip()]
         names = head.split("|")
+        fields = [f.lstrip() for f in rest.split(":") if f.strip()]
         for name in names[:-1] if len(names) > 1 else names:
             result[name] = fields
     return result
 
 
+def decode(value):
+    """A termcap string value as bytes (in a latin-1 str), as the program reads it."""
+    value = re.sub(r"^\d+(\.\d*)?\*?(?=.)", "", value)
+    out, i = "", 0
+    while i < len(value):
+        c = value[i]
+        i += 1
+        if c == "^" and i < len(value):
+            n = ord(value[i])
+            i += 1
+            out += chr(n - 96 if n > 95 else n - 64 if n > 63 else n)
+        elif c == "\\" and i < len(value):
+            m = re.match(r"[0-7]{1,3}", value[i:])
+            if m and m.group() != "000":
+                out += chr(int(m.group(), 8) & 255)
+                i += len(m.group())
+            elif value[i] in "E\\^afnrtv":
+                out += {"E": ESC, "\\": "\\", "^": "^", "a": "\a", "f": "\f", "n": "\n",
+                        "r": "\r", "t": "\t", "v": "\v"}[value[i]]
+                i += 1
+            else:
+                out += "\\"
+        else:
+            out += c
+    return out
+
+
 def resolve(all_entries, name):
-    """Fields of the entry with its links followed; first occurrence wins."""
+    """Decoded capabilities of the entry with its links followed; first wins."""
     caps, seen = {}, set()
     while name and name not in seen:
         seen.add(name)
         link = None
         for field in all_entries.get(name, []):
-            m = re.match(r"([^=#@]+)([=#@]?)(.*)", field)
-            key, kind, value = m.groups()
+            key, kind, value = re.match(r"([^=#@]+)([=#@]?)(.*)", field).groups()
             if key == "tc":
                 link = value
             elif key not in caps:
-                caps[key] = None if kind == "@" else value
+                caps[key] = None if kind == "@" else decode(value) if kind == "=" else value
         name = link
+    start = int(caps.get("FS") or 0) % 10
+    for i in range(10):
+        caps["F%d" % (i + 1)] = caps.get("k%d" % ((start + i) % 10))
     return caps
 
 
-def normalise(value):
-    """Writes a termcap value the way infocmp does (\\E, ^X, ^?)."""
-    if value is None:
-        return "-"
-    value = value.replace("\\177", "^?").replace("\\E", "\x1b")
-    value = value.replace("^I", "\t")
-    out = ""
-    for ch in value:
-        if ch == "\x1b":
-            out += "\\E"
-        elif ord(ch) < 32:
-            out += "^" + chr(ord(ch) + 64)
+def goto(cm, row, column):
+    """Expands a termcap cursor template (without the column-79 double motion)."""
+    out, values, i = "", [row, column], 0
+    while i < len(cm):
+        c = cm[i]
+        i += 1
+        if c != "%" or i >= len(cm):
+            out += c
+            continue
+        code = cm[i]
+        i += 1
+        if code == "i":
+            values = [v + 1 for v in values]
+        elif code == "r":
+            values.reverse()
+        elif code in "d23.+":
+            v = values.pop(0)
+            values.append(v)
+            if code == "+":
+                out += chr((v + ord(cm[i])) & 255)
+                i += 1
+            elif code == ".":
+                out += chr(v)
+            else:
+                out += str(v).zfill({"d": 1, "2": 2, "3": 3}[code])
         else:
-            out += ch
+            out += "%" + code if code != "%" else "%"
     return out
 
 
+DUMP = """
+import curses, json, sys
+curses.setupterm(sys.argv[1], sys.stdout.fileno())
+caps = {}
+for name in sys.argv[2:]:
+    value = curses.tigetstr(name)
+    caps[name] = None if value is None else value.decode("latin-1")
+cup = curses.tigetstr("cup")
+caps["cup@"] = [curses.tparm(cup, r, c).decode("latin-1") if cup else None
+                for r, c in %r]
+print(json.dumps(caps))
+""" % (POSITIONS,)
+
+
 def terminfo(name):
-    try:
-        text = subprocess.run(["infocmp", "-1", name], capture_output=True, text=True,
-                              check=True).stdout
-    except (OSError, subprocess.CalledProcessError):
+    """The terminal's terminfo strings (padding removed), or None if unknown."""
+    names = [t for _, t in KEYS] + ["clear", "acsc", "smacs", "rmacs", "enacs"]
+    run = subprocess.run([sys.executable, "-c", DUMP, name] + names, capture_output=True,
+                         text=True)
+    if run.returncode != 0:
         return None
-    caps = {}
-    for line in text.splitlines():
-        m = re.match(r"\t([a-z0-9]+)=(.*),$", line)
-        if m:
-            caps[m.group(1)] = m.group(2)
+    caps = json.loads(run.stdout)
+    unpad = lambda value: value and re.sub(r"\$<[0-9.*/]+>", "", value)
+    caps = {key: [unpad(v) for v in value] if isinstance(value, list) else unpad(value)
+            for key, value in caps.items()}
     return caps
 
 
-def main():
-    all_entries = entries()
-    names = sys.argv[1:] or [n for n in all_entries if not n.startswith("av-")]
+def drawing_class(pieces):
+    for cls, chars in (("vt100", VT100), ("cp437", CP437)):
+        if pieces == list(chars):
+            return cls
+    if pieces == [UTF8[i:i + 3] for i in range(0, len(UTF8), 3)]:
+        return "utf8"
+    return "ascii" if None in pieces else "other"
+
+
+def expected_class(name, info):
+    if UTF8_NATIVE.match(name):
+        return "utf8"
+    acsc = info.get("acsc") or ""
+    table = {acsc[i]: acsc[i + 1] for i in range(0, len(acsc) - 1, 2)}
+    mapped = [table.get(c) for c in VT100]
+    if None in mapped:
+        return "ascii"
+    if (info.get("smacs") or "").startswith(ESC + "[12m"):  # font with the high bit set
+        mapped = [chr(ord(c) | 0x80) for c in mapped]
+    return drawing_class(mapped)
+
+
+def show(value):
+    if value is None:
+        return "(none)"
+    return "".join("\\E" if c == ESC else "\\%03o" % ord(c) if ord(c) < 32 or ord(c) > 126
+                   else c for c in value)
+
+
+def allowed(name, cap, theirs, ours):
+    return any(re.fullmatch(pattern, name) and c == cap and t == theirs and v == ours
+               for pattern, c, t, v, _ in DIFFERENCES)
+
+
+def check(name, ours, info):
+    """The mismatches of one terminal, as lines of text."""
+    problems = []
+    cm = ours.get("cm")
+    mine = [goto(cm, r, c) if cm else None for r, c in POSITIONS]
+    if mine != info["cup@"]:
+        problems.append("cm %s gives %s, terminfo %s" % (show(cm), [show(m) for m in mine],
+                                                         [show(t) for t in info["cup@"]]))
+    # With the cursor at home, erasing below it is erasing the whole screen.
+    home_clear = lambda value: value and value.replace(ESC + "[H" + ESC + "[2J", ESC + "[H" + ESC + "[J")
+    if home_clear(ours.get("cl")) != home_clear(info.get("clear")):
+        problems.append("cl %s, terminfo clear %s" % (show(ours.get("cl")), show(info["clear"])))
+    for cap, ti in KEYS:
+        mine, theirs = ours.get(cap), info.get(ti)
+        if mine == theirs or (theirs is None and mine is not None):
+            continue
+        if not allowed(name, ti, theirs, mine):
+            problems.append("%s %s, terminfo %s %s" % (cap, show(mine), ti, show(theirs)))
+    pieces = [ours.get(p) for p in PIECES]
+    if any(ours.get(p) is None for p in ["GS", "GE"]):
+        pieces = [None]
+    have, want = drawing_class(pieces), expected_class(name, info)
+    if have != want and not allowed(name, "acsc", want, have):
+        problems.append("line drawing %s, expected %s" % (have, want))
+    elif have == want == "vt100":
+        smacs, enacs = info.get("smacs"), info.get("enacs") or ""
+        ok = {smacs} | ({ESC + "(0"} if ESC + ")0" in enacs else set())
+        if ours["GS"] not in ok:
+            problems.append("GS %s, terminfo smacs %s" % (show(ours["GS"]), show(smacs)))
+    return problems
+
+
+def main(argv):
+    path = TERMDEF
+    if argv[:1] == ["--termdef"]:
+        path, argv = argv[1], argv[2:]
+    all_entries = entries(path)
+    names = argv or [n for n in all_entries if not n.startswith("av-")]
+    failed = checked = 0
+    for name in BASE:
+        if name not in all_entries:
+            print("%s: no entry" % name)
+            failed += 1
     for name in names:
-        ours = resolve(all_entries, name)
-        theirs = terminfo(name)
-        print(name + ("" if theirs is not None else "  (no terminfo on this system)"))
-        for cap, info in KEYS:
-            mine = normalise(ours.get(cap))
-            other = (theirs or {}).get(info, "-")
-            mark = "" if theirs is None or mine == other else "   <- differs"
-            print("  %-3s %-10s %-6s %-10s%s" % (cap, mine, info, other, mark))
+        info = terminfo(name)
+        if info is None:
+            continue
+        checked += 1
+        problems = check(name, resolve(all_entries, name), info)
+        for problem in problems:
+            print("%s: %s" % (name, problem))
+        failed += bool(problems)
+    print("%d of %d terminals known to terminfo differ" % (failed, checked))
+    return 1 if failed or not checked else 0
 
 
 if __name__ == "__main__":
-    main()
+    sys.exit(main(sys.argv[1:]))

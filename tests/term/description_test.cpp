@@ -136,20 +136,26 @@ TEST(Termdef, EveryEntryIsUsable) {
         setenv("AVTERM", name.c_str(), 1);
         TermState state{};
         ASSERT_EQ(term_init(0, &state), 0);
-        EXPECT_STREQ(term_goto(23, 79), "\x1b[24;79H\x1b[24;80H");
+        EXPECT_STRNE(term_goto(23, 79), "('cm' error)");
         term_screen_strings();
-        std::set<std::string> pieces = {""}; // an empty or fallback piece would repeat
+        // Either a full set of distinct pieces, or (no line drawing) the ASCII fallbacks.
+        std::set<std::string> pieces = {""};
         for (int i = LS_GH; i < LS_COUNT; ++i)
             pieces.insert(term_line_string(i));
-        EXPECT_EQ(pieces.size(), LS_COUNT - LS_GH + 1u);
+        const std::set<std::string> fallback = {"", "-", "|", "+"};
+        EXPECT_TRUE(pieces.size() == LS_COUNT - LS_GH + 1u || pieces == fallback);
+        // Every key the entry has must come back as itself: no binding hides another.
         std::string burst;
         std::vector<int> want;
         for (const auto &[cap, code] : keys) {
-            burst += tc_str(cap) ? tc_str(cap) : "<missing>";
+            if (tc_str(cap) == nullptr)
+                continue;
+            burst += tc_str(cap);
             want.push_back(code);
         }
+        EXPECT_GE(want.size(), 3u);
         key_init();
         EXPECT_EQ(read_keys(burst, want.size()), want);
     }
-    EXPECT_GT(entries, 8);
+    EXPECT_GT(entries, 20);
 }
