@@ -50,15 +50,17 @@ TEST(AppMenu, SessionDrawsMovesShowsInformationAndExits) {
     EXPECT_EQ(highlighted(h), std::vector<int>{0});
     EXPECT_FALSE(harness_cursor_visible(h));
 
-    // Wrapping at both ends and skipping the separator; F10 is not bound.
+    // Wrapping at both ends and skipping the separator; F10, Ctrl-Right and
+    // F11 mean nothing here, and the application-mode arrows still move.
     const std::pair<const char *, int> moves[] = {
-        {"Up", 6}, {"Up", 4}, {"Down", 6}, {"Down", 0}, {"F10", 0}};
+        {"\033[A", 6},    {"\033[A", 4},   {"\033[B", 6}, {"\033[B", 0}, {"\033[21~", 0},
+        {"\033[1;5C", 0}, {"\033[23~", 0}, {"\033OB", 1}, {"\033OA", 0}};
     for (const auto &[key, item] : moves) {
-        harness_key(h, key);
+        harness_send(h, key);
         harness_wait_idle(h);
-        EXPECT_EQ(highlighted(h), std::vector<int>{item}) << key << " to " << item;
+        EXPECT_EQ(highlighted(h), std::vector<int>{item}) << key + 1 << " to " << item;
     }
-    EXPECT_EQ(harness_bells(h), 1) << "only the unbound key rings";
+    EXPECT_EQ(harness_bells(h), 3) << "each unbound key rings once";
 
     harness_type(h, "G");
     ASSERT_TRUE(harness_wait_text(h, "Press any key to continue:", 10000));
@@ -99,4 +101,49 @@ TEST(AppMenu, AbTailIsTheVeryLastOutput) {
     EXPECT_EQ(harness_wait_exit(h), 0);
     EXPECT_TRUE(harness_output(h).ends_with("\033[=1;14C"));
     harness_stop(h);
+}
+
+// Across the families: the boxes in each terminal's own character set (as
+// bytes: the harness reads the screen as neither code page 437 nor UTF-8),
+// and the Down arrow as that terminal sends it.
+TEST(AppMenu, DrawsAndMovesOnEveryFamily) {
+    const std::string vt100 = "lqqqqq", utf8 = "\xe2\x94\x8c\xe2\x94\x80", cp437 = "\xda\xc4\xc4",
+                      ascii = "+-----";
+    const struct {
+        const char *term;
+        std::string down, box;
+    } cases[] = {
+        {"TERM=screen.linux", "\033[B", vt100},
+        {"TERM=tmux-direct", "\033[B", vt100},
+        {"TERM=vt320", "\033[B", vt100},
+        {"TERM=xterm-color", "\033[B", vt100},
+        {"TERM=wezterm", "\033[B", vt100},
+        {"TERM=rxvt-unicode", "\033[B", vt100},
+        {"TERM=hurd", "\033OB", vt100},
+        {"TERM=ansi", "\033[B", cp437},
+        {"TERM=cons25", "\033[B", cp437},
+        {"TERM=mach-gnu", "\033[B", cp437},
+        {"TERM=linux", "\033[B", utf8},
+        {"TERM=putty", "\033[B", utf8},
+        {"TERM=sun", "\033[B", ascii},
+        // Not described: taken as its family, xterm-256color.
+        {"AVTERM=xterm-256color-italic", "\033[B", vt100},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.term);
+        Harness *h = harness_start({.env = {c.term}});
+        ASSERT_NE(h, nullptr);
+        ASSERT_TRUE(harness_wait_text(h, EXIT_ITEM, 30000)) << harness_screen(h);
+        const std::string &out = harness_output(h);
+        EXPECT_NE(out.find(c.box), std::string::npos);
+        for (const std::string &other : {vt100, utf8, cp437, ascii})
+            EXPECT_TRUE(other == c.box || out.find(other) == std::string::npos) << other;
+        harness_send(h, c.down);
+        harness_wait_idle(h);
+        EXPECT_EQ(highlighted(h), std::vector<int>{1});
+        EXPECT_EQ(harness_bells(h), 0);
+        harness_type(h, "X");
+        EXPECT_EQ(harness_wait_exit(h, 10000), 0);
+        harness_stop(h);
+    }
 }

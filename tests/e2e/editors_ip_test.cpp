@@ -68,6 +68,14 @@ TEST(EditorsIp, Sessions) {
          fixed("alpha", "90.0.0.1", "", 0) + fixed("beta", "10.0.0.2", "", 0)},
         {"no status program", ALPHA, remove, "", false, {"QXSTATPROG"}, 100},
         {"status fails", ALPHA, remove, "", false, {"QXSTATPROG=/bin/false"}, 0},
+        // F2 as today's xterm sends it, ESC O Q, under the old name xterm-color.
+        {"xterm-color F2",
+         ALPHA,
+         {{"{F2}", "Delete this entry?"}, {"y{F6}"}},
+         "",
+         false,
+         {"TERM=xterm-color"},
+         100},
     };
     for (const Case &c : cases) {
         std::string root = harness_new_root();
