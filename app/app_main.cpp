@@ -83,8 +83,8 @@ int app_main(int argc, char **argv) {
     // without a mode read at start there is nothing to restore: stop here,
     // before the terminal is touched, and say where descriptions were sought.
     // A type without a description of its own is tried as its family
-    // ("screen.linux" as "screen"): close kin draw and read keys alike, and
-    // refusing to start serves the administrator worse.
+    // ("xterm-256color-italic" as "xterm-256color"): close kin draw and read
+    // keys alike, and refusing to start serves the administrator worse.
     int loaded = term_init(1, &term_state);
     if (loaded == -2)
         loaded = term_init_family(1, &term_state);

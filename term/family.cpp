@@ -1,5 +1,5 @@
 // Family fallback for a terminal type without a description of its own:
-// "screen.linux" is a screen, "xterm-256color-italic" an xterm-256color.
+// "screen.xterm-kitty" is a screen, "xterm-256color-italic" an xterm-256color.
 #include "term/term.h"
 
 #include <cstring>

@@ -174,7 +174,7 @@ print(json.dumps(caps))
 
 def terminfo(name):
     """The terminal's terminfo strings (padding removed), or None if unknown."""
-    names = [t for _, t in KEYS] + ["clear", "acsc", "smacs", "rmacs", "enacs"]
+    names = [t for _, t in KEYS] + ["clear", "acsc", "smacs", "enacs", "smkx"]
     run = subprocess.run([sys.executable, "-c", DUMP, name] + names, capture_output=True,
                          text=True)
     if run.returncode != 0:
@@ -215,9 +215,10 @@ def show(value):
                    else c for c in value)
 
 
-def allowed(name, cap, theirs, ours):
-    return any(re.fullmatch(pattern, name) and c == cap and t == theirs and v == ours
-               for pattern, c, t, v, _ in DIFFERENCES)
+def allowed(name, info, cap, theirs, ours):
+    """Listed in DIFFERENCES; a keypad-transmit form only where terminfo has that mode."""
+    return any(re.fullmatch(pattern, name) and c == cap and t == theirs and v == ours and
+               (reason != APP or info.get("smkx")) for pattern, c, t, v, reason in DIFFERENCES)
 
 
 def check(name, ours, info):
@@ -236,13 +237,13 @@ def check(name, ours, info):
         mine, theirs = ours.get(cap), info.get(ti)
         if mine == theirs or (theirs is None and mine is not None):
             continue
-        if not allowed(name, ti, theirs, mine):
+        if not allowed(name, info, ti, theirs, mine):
             problems.append("%s %s, terminfo %s %s" % (cap, show(mine), ti, show(theirs)))
     pieces = [ours.get(p) for p in PIECES]
     if any(ours.get(p) is None for p in ["GS", "GE"]):
         pieces = [None]
     have, want = drawing_class(pieces), expected_class(name, info)
-    if have != want and not allowed(name, "acsc", want, have):
+    if have != want and not allowed(name, info, "acsc", want, have):
         problems.append("line drawing %s, expected %s" % (have, want))
     elif have == want == "vt100":
         smacs, enacs = info.get("smacs"), info.get("enacs") or ""
