@@ -98,17 +98,11 @@ int read_line_file(const char *path, List *list, const char *prefix, char *msg) 
 }
 
 int write_line_file(const char *path, List *list, char *msg) {
-    if (path == nullptr) {
-        message_path(msg, "Could not open: %s", "");
-        return -1;
-    }
-    // Rewriting in place keeps the owner and permissions of an existing file.
-    // A failure (for example a file that does not exist yet) is of no concern.
-    if (truncate(path, 0) != 0) {
-    }
-    FILE *file = fopen(path, "w");
-    if (file == nullptr) {
-        message_path(msg, "Could not open: %s", path);
+    // Written beside the file and renamed over it: an existing file keeps its
+    // owner and mode, and a failure at any point leaves it whole.
+    ReplaceFile file;
+    if (path == nullptr || replace_open(&file, path, nullptr, nullptr, -1) != 0) {
+        message_path(msg, "Could not open: %s", path != nullptr ? path : "");
         return -1;
     }
     int count = list_count(list);
@@ -116,12 +110,17 @@ int write_line_file(const char *path, List *list, char *msg) {
         const char *text = static_cast<const char *>(list_get(list, i));
         if (text == nullptr) {
             message(msg, "Error retrieving data from list!");
-            fclose(file);
+            replace_abandon(&file);
             return -1;
         }
-        fprintf(file, "%s\n", text);
+        if (fprintf(file.stream, "%s\n", text) < 0) {
+            break;
+        }
     }
-    fclose(file);
+    if (replace_commit(&file) != 0) {
+        message_path(msg, "Could not write: %s", path);
+        return -1;
+    }
     return 0;
 }
 

@@ -125,7 +125,8 @@ int resolve_status(const char *path, struct stat *status) {
 int (*file_status)(const char *path, struct stat *status) = resolve_status;
 const char *file_status_template = "/usr/tmp/statXXXXXX";
 
-int set_owner_by_name(const char *path, const char *user, const char *group) {
+int owner_by_name(const char *path, const char *user, const char *group, uid_t *uid_out,
+                  gid_t *gid_out) {
     if (user == nullptr && group == nullptr) {
         return 0;
     }
@@ -163,6 +164,17 @@ int set_owner_by_name(const char *path, const char *user, const char *group) {
             read_defaults();
             uid = chosen;
         }
+    }
+    *uid_out = uid;
+    *gid_out = gid;
+    return 1;
+}
+
+int set_owner_by_name(const char *path, const char *user, const char *group) {
+    uid_t uid;
+    gid_t gid;
+    if (owner_by_name(path, user, group, &uid, &gid) == 0) {
+        return 0;
     }
     return chown(path, uid, gid) == 0 ? 0 : 1;
 }

@@ -130,6 +130,10 @@ void trim_blanks(char *text);
 FILE *open_with_owner(const char *path, const char *open_mode, const char *user, const char *group,
                       mode_t permissions);
 int set_owner_by_name(const char *path, const char *user, const char *group);
+// The owner and group set_owner_by_name would give the file at path (the
+// status query included). 1 when a name was given, 0 when neither was and
+// nothing is due (the IDs are then left alone).
+int owner_by_name(const char *path, const char *user, const char *group, uid_t *uid, gid_t *gid);
 int set_mode(const char *path, mode_t permissions);
 
 // Status query; starts out at a resolver that picks, once per process, the
@@ -138,3 +142,36 @@ extern int (*file_status)(const char *path, struct stat *status);
 // mkstemp template of the outside program's temporary file,
 // "/usr/tmp/statXXXXXX" unless a test points it elsewhere.
 extern const char *file_status_template;
+
+// ---- safe replacement of a file ---------------------------------------------
+// The new contents go to a temporary file created exclusively beside the
+// file and are renamed over it only once all of it is written and synced, so
+// a failure or a kill at any point leaves the old file whole. Where the path
+// is a symbolic link, the link itself is replaced.
+
+struct ReplaceFile {
+    FILE *stream; // write the new contents here
+    char temp[4096];
+    char path[4096];
+};
+
+// Owner and group: with no names, an existing regular file's own, else the
+// process defaults; with names, what set_owner_by_name gives. Mode: -1 keeps
+// an existing regular file's (a new one gets the process default), else the
+// given bits. 0, or -1 with nothing created (and errno set).
+int replace_open(ReplaceFile *file, const char *path, const char *user, const char *group,
+                 int mode);
+// Flushes, syncs, closes and renames the file into place. 0, or -1 with the
+// temporary file removed and the old file untouched.
+int replace_commit(ReplaceFile *file);
+// Closes and removes the temporary file.
+void replace_abandon(ReplaceFile *file);
+// Async-signal-safe: removes the temporary file of a replacement still under
+// way, for a handler that ends the process.
+void replace_cleanup();
+
+// An exclusive advisory lock on a directory, released by unlock_directory or
+// when the process ends. The descriptor, -1 when the directory cannot be
+// opened (nothing is locked), -2 when another process holds the lock.
+int lock_directory(const char *path);
+void unlock_directory(int lock);

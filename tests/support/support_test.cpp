@@ -2,12 +2,16 @@
 
 #include <gtest/gtest.h>
 #include <algorithm>
+#include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <random>
 #include <sstream>
 #include <string>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <tuple>
 #include <unistd.h>
 #include <vector>
@@ -179,7 +183,7 @@ TEST(SupportLineFile, ReadPiecesAndOpenFailures) {
     EXPECT_EQ(entries(list), Strings{"kept"});
 }
 
-TEST(SupportLineFile, WriteInPlaceAndFailures) {
+TEST(SupportLineFile, WriteReplacesWholeOrNotAtAll) {
     std::string path = dir.file("existing", "a much longer old content\nthat must go\n");
     chmod(path.c_str(), 0640);
     char msg[AV_MSG_MAX];
@@ -190,7 +194,7 @@ TEST(SupportLineFile, WriteInPlaceAndFailures) {
     list_insert(list, 1, nullptr, nullptr);
     EXPECT_EQ(write_line_file(path.c_str(), list, msg), -1);
     EXPECT_STREQ(msg, "Error retrieving data from list!");
-    EXPECT_EQ(slurp(path), "a\n");
+    EXPECT_EQ(slurp(path), "a\n\nb c\n") << "a failed write leaves the old file";
     list_delete(list, 1);
     EXPECT_EQ(entries(list), (Strings{"a", "", "b c", "> a", "> ", "> b c"})) << "appended";
     list = list_create(25);
@@ -203,6 +207,143 @@ TEST(SupportLineFile, WriteInPlaceAndFailures) {
     EXPECT_EQ(sort_string_list(list, msg), -1);
     EXPECT_STREQ(msg, "Error adding to sorted list!");
     EXPECT_EQ(entries(list), overlong) << "a refused sort leaves the list alone";
+}
+
+// Everything in dir.path whose name starts with prefix.
+Strings files_starting(const std::string &prefix) {
+    Strings out;
+    for (const auto &entry : std::filesystem::directory_iterator(dir.path)) {
+        std::string name = entry.path().filename();
+        if (name.starts_with(prefix)) {
+            out.push_back(name);
+        }
+    }
+    return out;
+}
+
+TEST(SupportReplace, OwnerGroupModeForOldNewAndLinkedFiles) {
+    umask(022);
+    enum Before { ABSENT, REGULAR, LINK };
+    struct Case {
+        Before before;
+        const char *user;
+        int mode;
+        unsigned uid, gid, bits; // gid 1: the process's group
+    };
+    const Case cases[] = {
+        {REGULAR, nullptr, -1, 4242, 4343, 02640}, {ABSENT, nullptr, -1, 0, 1, 0644},
+        {LINK, nullptr, -1, 0, 1, 0644},           {REGULAR, "root", 0666, 0, 4343, 0666},
+        {ABSENT, "root", 0666, 0, 1, 0666},        {LINK, "root", 0666, 0, 1, 0666},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(testing::Message() << "case " << &c - cases);
+        std::filesystem::remove(dir.path + "/owned");
+        std::string other = dir.file("other", "someone else's\n");
+        std::string path = dir.path + "/owned";
+        if (c.before == REGULAR) {
+            dir.file("owned", "old\n");
+            ASSERT_EQ(chown(path.c_str(), 4242, 4343), 0);
+            ASSERT_EQ(chmod(path.c_str(), 02640), 0);
+        } else if (c.before == LINK) {
+            ASSERT_EQ(symlink(other.c_str(), path.c_str()), 0);
+        }
+        ReplaceFile file;
+        ASSERT_EQ(replace_open(&file, path.c_str(), c.user, nullptr, c.mode), 0);
+        fputs("new\n", file.stream);
+        ASSERT_EQ(replace_commit(&file), 0);
+        struct stat st;
+        ASSERT_EQ(lstat(path.c_str(), &st), 0);
+        EXPECT_TRUE(S_ISREG(st.st_mode));
+        EXPECT_EQ(st.st_uid, c.uid);
+        EXPECT_EQ(st.st_gid, c.gid == 1 ? getgid() : c.gid);
+        EXPECT_EQ(st.st_mode & 07777, c.bits);
+        EXPECT_EQ(slurp(path), "new\n");
+        EXPECT_EQ(slurp(other), "someone else's\n") << "the link was followed";
+        EXPECT_EQ(files_starting(".owned"), Strings{}) << "temporary file left";
+    }
+}
+
+TEST(SupportReplace, FailedWriteKeepsOldFileAndTellsThePath) {
+    std::string path = dir.file("limited", "old\n");
+    char msg[AV_MSG_MAX];
+    List *list = list_of({std::string(100, 'x'), "y"});
+    // Writes past 64 bytes fail as on a full disk.
+    signal(SIGXFSZ, SIG_IGN);
+    struct rlimit old_limit;
+    getrlimit(RLIMIT_FSIZE, &old_limit);
+    struct rlimit limit = {64, old_limit.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    EXPECT_EQ(write_line_file(path.c_str(), list, msg), -1);
+    setrlimit(RLIMIT_FSIZE, &old_limit);
+    EXPECT_EQ(msg, "Could not write: " + path);
+    EXPECT_EQ(slurp(path), "old\n");
+    EXPECT_EQ(files_starting(".limited"), Strings{});
+    list_destroy(list);
+}
+
+TEST(SupportReplace, KilledSaveLeavesOldOrNewWhole) {
+    std::string path = dir.path + "/big";
+    Strings old_lines, new_lines;
+    for (int i = 0; i < 100000; i++) {
+        old_lines.push_back("old line " + std::to_string(i));
+        new_lines.push_back("the new line " + std::to_string(i));
+    }
+    List *old_list = list_of(old_lines), *new_list = list_of(new_lines);
+    char msg[AV_MSG_MAX];
+    ASSERT_EQ(write_line_file(path.c_str(), new_list, msg), 0) << msg;
+    const std::string new_bytes = slurp(path);
+    ASSERT_EQ(write_line_file(path.c_str(), old_list, msg), 0);
+    const std::string old_bytes = slurp(path);
+    // Time one save, then kill saves at random points within it.
+    auto save = [&]() {
+        pid_t pid = fork();
+        if (pid == 0) {
+            signal(SIGTERM, [](int) {
+                replace_cleanup();
+                _exit(3);
+            });
+            _exit(write_line_file(path.c_str(), new_list, msg) == 0 ? 0 : 1);
+        }
+        return pid;
+    };
+    auto start = std::chrono::steady_clock::now();
+    int status = 0;
+    waitpid(save(), &status, 0);
+    long took = std::chrono::duration_cast<std::chrono::microseconds>(
+                    std::chrono::steady_clock::now() - start)
+                    .count();
+    std::mt19937 random(4711);
+    int kinds[2] = {0, 0}; // old, new
+    for (int round = 0; round < 12; round++) {
+        int signal_number = round % 2 ? SIGKILL : SIGTERM;
+        ASSERT_EQ(write_line_file(path.c_str(), old_list, msg), 0);
+        pid_t pid = save();
+        usleep(static_cast<useconds_t>(random() % (took + 1)));
+        kill(pid, signal_number);
+        waitpid(pid, &status, 0);
+        std::string bytes = slurp(path);
+        ASSERT_TRUE(bytes == old_bytes || bytes == new_bytes) << "round " << round;
+        kinds[bytes == new_bytes]++;
+        Strings left = files_starting(".big");
+        EXPECT_TRUE(left.empty() || signal_number == SIGKILL) << "round " << round;
+        for (const std::string &name : left) {
+            std::filesystem::remove(dir.path + "/" + name);
+        }
+    }
+    EXPECT_GT(kinds[0], 0) << "no save was cut short";
+    list_destroy(old_list);
+    list_destroy(new_list);
+}
+
+TEST(SupportReplace, DirectoryLockIsExclusive) {
+    int first = lock_directory(dir.path.c_str());
+    ASSERT_GE(first, 0);
+    EXPECT_EQ(lock_directory(dir.path.c_str()), -2);
+    EXPECT_EQ(lock_directory((dir.path + "/missing").c_str()), -1);
+    unlock_directory(first);
+    int again = lock_directory(dir.path.c_str());
+    EXPECT_GE(again, 0);
+    unlock_directory(again);
 }
 
 TEST(SupportLineFile, SortFindAndTrim) {
