@@ -2,7 +2,6 @@
 // shared table machinery and the entry dialog.
 #include <cstdio>
 #include <cstring>
-#include <unistd.h>
 
 #include "editors/editors.h"
 #include "editors/table_screen.h"
@@ -85,11 +84,11 @@ int ip_edit(TableScreen *screen) {
 int ip_save(TableScreen *screen) {
     if (screen->changed == 0)
         return TABLE_LEAVE;
-    // A missing file is not a failure here: the open below creates it.
-    if (truncate(AV_PATH_IPADDR, 0) != 0) {
-    }
-    FILE *file = open_with_owner(AV_PATH_IPADDR, "w", "root", nullptr, 0666);
-    if (file == nullptr) {
+    // Owner "root", the group as the ownership helpers work it out, mode
+    // 0666; written beside the file and renamed over it, so that a failure
+    // leaves the old table whole.
+    ReplaceFile file;
+    if (replace_open(&file, AV_PATH_IPADDR, "root", nullptr, 0666) != 0) {
         message_box(1, "Error", "Error opening IP address file for save!");
         return TABLE_STAY;
     }
@@ -100,11 +99,16 @@ int ip_save(TableScreen *screen) {
             continue;
         IpEntry entry;
         ip_parse_line(line, &entry);
-        fprintf(file, "%-15s %-15s  %-25s %d\n", entry.name, entry.address, entry.pc_name,
-                entry.kind);
-        fflush(file);
+        if (fprintf(file.stream, "%-15s %-15s  %-25s %d\n", entry.name, entry.address,
+                    entry.pc_name, entry.kind) < 0 ||
+            fflush(file.stream) != 0)
+            break;
     }
-    fclose(file);
+    if (replace_commit(&file) != 0) {
+        // The screen stays open with every change for a later save.
+        message_box(1, "Error", "Error writing IP address file for save!");
+        return TABLE_STAY;
+    }
     return TABLE_LEAVE;
 }
 
