@@ -98,8 +98,8 @@ int replace_open(ReplaceFile *file, const char *path, const char *user, const ch
 }
 
 int replace_commit(ReplaceFile *file) {
-    bool written = fflush(file->stream) == 0 && ferror(file->stream) == 0 &&
-                   fsync(fileno(file->stream)) == 0;
+    bool written =
+        fflush(file->stream) == 0 && ferror(file->stream) == 0 && fsync(fileno(file->stream)) == 0;
     int saved = errno;
     if (fclose(file->stream) != 0 && written) {
         written = false;

@@ -4,6 +4,7 @@
 #include "term/term_internal.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <poll.h>
 #include <sys/ioctl.h>
@@ -33,6 +34,8 @@ unsigned char read_pos;
 unsigned char input_count; // includes the NUL stored after the bytes
 
 HangupFn hangup_handler;
+ResumeFn resume_handler;
+volatile sig_atomic_t resume_requested;
 
 // Finds the byte among the siblings starting at *level, adding it when
 // missing. Returns its index, or NONE when the pool is exhausted.
@@ -75,6 +78,14 @@ void bind_cap(const char *cap, int code, int priority) {
 
 void fill_buffer() {
     for (;;) {
+        // A stop and continue interrupts the read below (its handlers do not
+        // restart it) and asks for the screen back before reading on. One
+        // that lands just before the read waits for the next key.
+        while (resume_requested) {
+            resume_requested = 0;
+            if (resume_handler)
+                resume_handler();
+        }
         ssize_t n = read(0, input, BURST);
         if (n > 0) {
             read_pos = 0;
@@ -256,12 +267,22 @@ void key_on_hangup(HangupFn handler) {
     hangup_handler = handler;
 }
 
+void key_on_resume(ResumeFn handler) {
+    resume_handler = handler;
+}
+
+void key_request_resume() {
+    resume_requested = 1;
+}
+
 void key_reset() {
     pool_used = 0;
     top = NONE;
     read_pos = 0;
     input_count = 0;
     hangup_handler = nullptr;
+    resume_handler = nullptr;
+    resume_requested = 0;
 }
 
 void term_reset() {

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace {
@@ -39,6 +40,8 @@ const char *cursor_on_text = "";
 int cursor_on_len;
 const char *cursor_off_text = "";
 int cursor_off_len;
+int cursor_state = -1; // last set: 1 on, 0 off, -1 never
+bool ab_tail;          // the description asks for the tail on the way out
 
 const char *line_strings[LS_COUNT];
 const char *const LINE_CAPS[LS_COUNT] = {"GS", "GE", "GH", "GV", "GC", "GL", "GD",
@@ -124,6 +127,17 @@ void expand(Out &out, int row, int column) {
         out.puts(up_settled);
     for (int i = 0; i < compensation[1]; ++i)
         out.puts(bc_settled);
+}
+
+// Resolves the clear string and, without one, the line count of the
+// newline fallback.
+void settle_clear() {
+    if (clear_len < 0) {
+        clear_text = tc_str("cl");
+        clear_len = clear_text ? static_cast<int>(strlen(clear_text)) : 0;
+        if (clear_len == 0)
+            term_lines();
+    }
 }
 
 void write_all(const char *text, size_t len) {
@@ -268,6 +282,9 @@ const char *term_goto(int row, int column) {
 }
 
 void term_screen_strings() {
+    // Settled now, so that term_leave can run in a signal handler.
+    settle_clear();
+    ab_tail = tc_flag("Ab") == 1;
     const char *on = tc_str("CN");
     if (!on)
         on = tc_str("CO");
@@ -303,11 +320,20 @@ const char *term_line_string(int which) {
 }
 
 void term_cursor_on() {
+    cursor_state = 1;
     write_all(cursor_on_text, static_cast<size_t>(cursor_on_len));
 }
 
 void term_cursor_off() {
+    cursor_state = 0;
     write_all(cursor_off_text, static_cast<size_t>(cursor_off_len));
+}
+
+void term_cursor_again() {
+    if (cursor_state == 1)
+        term_cursor_on();
+    else if (cursor_state == 0)
+        term_cursor_off();
 }
 
 int term_lines() {
@@ -319,10 +345,7 @@ int term_lines() {
 }
 
 void term_clear() {
-    if (clear_len < 0) {
-        clear_text = tc_str("cl");
-        clear_len = clear_text ? static_cast<int>(strlen(clear_text)) : 0;
-    }
+    settle_clear();
     if (clear_len > 0) {
         write_all(clear_text, static_cast<size_t>(clear_len));
         return;
@@ -343,6 +366,14 @@ int term_auto_margin() {
     return auto_margin_value;
 }
 
+void term_leave(const TermState *state) {
+    term_clear();
+    write_all(cursor_on_text, static_cast<size_t>(cursor_on_len));
+    ioctl(0, TCSETA, &state->saved_mode);
+    if (ab_tail)
+        write_all("\033[=1;14C", 8);
+}
+
 void term_beep() {
     fputc(7, stdout);
     fflush(stdout);
@@ -359,6 +390,8 @@ void output_reset() {
         s = nullptr;
     clear_text = nullptr;
     clear_len = -1;
+    cursor_state = -1;
+    ab_tail = false;
     lines_known = false;
     auto_margin_value = -1;
 }

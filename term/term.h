@@ -121,6 +121,9 @@ void term_screen_strings();
 const char *term_line_string(int which); // LineString index; "" before term_screen_strings
 void term_cursor_on();
 void term_cursor_off();
+// Sends the cursor visibility last set again, after something else (a stop
+// and continue) may have changed it.
+void term_cursor_again();
 void term_clear();
 int term_lines();
 int term_auto_margin();
@@ -130,6 +133,10 @@ void term_beep();
 
 int term_raw_mode(TermState *state, unsigned char min_chars, unsigned char tenths);
 void term_restore(TermState *state);
+// The terminal as at start, as a normal exit leaves it: cleared, cursor on,
+// the saved mode back and the "Ab" tail. Async-signal-safe once
+// term_screen_strings has run, for the handlers that end or stop the program.
+void term_leave(const TermState *state);
 void key_init();
 int key_bind(const char *sequence, int priority, int code);
 int key_read();
@@ -140,6 +147,13 @@ int key_read();
 // rather than reading again forever.
 using HangupFn = void (*)();
 void key_on_hangup(HangupFn handler);
+
+// A signal handler that found the terminal changed under the program (after
+// a stop and continue) calls key_request_resume (async-signal-safe); key_read
+// then runs the resume handler from the main flow before it reads on.
+using ResumeFn = void (*)();
+void key_on_resume(ResumeFn handler);
+void key_request_resume();
 
 // Forgets the loaded description, string area, output strings, key table and
 // buffered input, as at process start. For tests and fuzzing only: the

@@ -8,6 +8,22 @@
 
 namespace {
 
+// Where win_cursor last put the terminal's cursor (-1: nowhere yet).
+int last_cursor_row = -1;
+int last_cursor_column = -1;
+
+void send_cursor(int y, int x) {
+    last_cursor_row = y;
+    last_cursor_column = x;
+    const char *motion = term_goto(y, x);
+    size_t length = 0;
+    while (motion[length])
+        length++;
+    // Standard error is unbuffered, so the motion lands at once.
+    ssize_t ignored = write(2, motion, length);
+    (void)ignored;
+}
+
 void move_cursor(Window *w, int row, int column) {
     if (row == -1)
         row = w->cursor_row;
@@ -135,15 +151,15 @@ int win_cursor(int id, int row, int column) {
         move_cursor(w, row, column);
     int y = w->cursor_row + w->screen_row;
     int x = w->cursor_column + w->screen_column;
-    if (y >= 0 && y < WIN_SCREEN_ROWS && x >= 0 && x < WIN_SCREEN_COLUMNS) {
-        const char *motion = term_goto(y, x);
-        size_t length = 0;
-        while (motion[length])
-            length++;
-        // Standard error is unbuffered, so the motion lands at once.
-        ssize_t ignored = write(2, motion, length);
-        (void)ignored;
-    }
+    if (y >= 0 && y < WIN_SCREEN_ROWS && x >= 0 && x < WIN_SCREEN_COLUMNS)
+        send_cursor(y, x);
+    return 0;
+}
+
+int win_cursor_again() {
+    if (last_cursor_row < 0)
+        return -1;
+    send_cursor(last_cursor_row, last_cursor_column);
     return 0;
 }
 

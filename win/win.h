@@ -59,6 +59,9 @@ int win_check_id(int id);   // 0 when 0..99, else -1
 int win_clear(int id, int row, int column, int rows, int columns);
 int win_puts(int id, int row, int column, const char *text, int attribute);
 int win_cursor(int id, int row, int column);
+// Puts the terminal's cursor back where win_cursor last put it, after a
+// repaint has moved it; -1 when win_cursor has not placed it yet.
+int win_cursor_again();
 int win_line_cell(int id, int merge, int row, int column, int mask);
 int win_hline(int id, int merge, int ends, int row, int column, int length);
 int win_vline(int id, int merge, int ends, int row, int column, int length);

@@ -39,6 +39,9 @@ struct Harness {
     int status = -1;
     struct termios before {};
     struct termios after {}; // all zero unless read at exit: never equal to before
+    bool watch_child = false;
+    std::string tty; // the terminal's device name
+    std::string stty_before;
 };
 
 namespace {
@@ -91,6 +94,23 @@ size_t pump(Harness *h, int wait_ms) {
     return total;
 }
 
+// The process whose reads tell whether the program is idle: the started
+// one, or with watch_child its first child (0 while it has none).
+pid_t watched(Harness *h) {
+    if (!h->watch_child)
+        return h->pid;
+    char path[64];
+    snprintf(path, sizeof path, "/proc/%d/task/%d/children", static_cast<int>(h->pid),
+             static_cast<int>(h->pid));
+    int child = 0;
+    if (FILE *f = fopen(path, "r")) {
+        if (fscanf(f, "%d", &child) != 1)
+            child = 0;
+        fclose(f);
+    }
+    return child;
+}
+
 // A number from one of the program's /proc files: the first field of `file`,
 // or the value after `label` in it; -1 when it cannot be read.
 long proc_number(pid_t pid, const char *file, const char *label = nullptr) {
@@ -112,17 +132,22 @@ long proc_number(pid_t pid, const char *file, const char *label = nullptr) {
 
 // The program sleeps in read(0, ...) (read is 0 on x86-64, 3 on i386), or is
 // stopped: either way nothing changes until something is sent.
-bool program_waits(Harness *h) {
+bool program_waits(Harness *h, bool *stopped = nullptr) {
     char path[64], state = '?';
-    snprintf(path, sizeof path, "/proc/%d/stat", static_cast<int>(h->pid));
+    pid_t pid = watched(h);
+    if (pid <= 0)
+        return false;
+    snprintf(path, sizeof path, "/proc/%d/stat", static_cast<int>(pid));
     if (FILE *f = fopen(path, "r")) {
         if (fscanf(f, "%*d (%*[^)]) %c", &state) != 1)
             state = '?';
         fclose(f);
     }
+    if (stopped != nullptr)
+        *stopped = state == 'T' || state == 't';
     if (state == 'T' || state == 't')
         return true;
-    snprintf(path, sizeof path, "/proc/%d/syscall", static_cast<int>(h->pid));
+    snprintf(path, sizeof path, "/proc/%d/syscall", static_cast<int>(pid));
     FILE *f = fopen(path, "r");
     if (f == nullptr)
         return false;
@@ -140,9 +165,11 @@ bool program_waits(Harness *h) {
 // loaded machine only makes it slower, never wrong.
 bool idle(Harness *h) {
     int unread = 0;
-    if (!program_waits(h) || ioctl(h->slave, FIONREAD, &unread) < 0 || unread > 0)
+    bool stopped = false;
+    if (!program_waits(h, &stopped) || ioctl(h->slave, FIONREAD, &unread) < 0 || unread > 0)
         return false;
-    if (proc_number(h->pid, "io", "syscr: ") <= h->reads_before)
+    // A program stopped inside its read has not come back from it yet.
+    if (!stopped && proc_number(watched(h), "io", "syscr: ") <= h->reads_before)
         return false;
     return pump(h, 0) == 0 && program_waits(h);
 }
@@ -173,6 +200,11 @@ std::string row_text(Harness *h, int row, bool plain) {
             s += {char(0xE0 | c >> 12), char(0x80 | (c >> 6 & 0x3F)), char(0x80 | (c & 0x3F))};
     }
     return s;
+}
+
+std::string tty_name(int fd) {
+    const char *name = ttyname(fd);
+    return name != nullptr ? name : "";
 }
 
 // In the child, after fork: the reason shows on the terminal.
@@ -248,8 +280,11 @@ Harness *harness_start(const HarnessOptions &options) {
     int slave = -1;
     struct winsize ws = {24, 80, 0, 0};
     fflush(nullptr);
+    h->watch_child = options.watch_child;
     if (openpty(&h->master, &slave, nullptr, nullptr, &ws) < 0 || (h->slave = dup(slave)) < 0 ||
-        tcgetattr(h->master, &h->before) < 0 || (h->pid = fork()) < 0) {
+        tcgetattr(h->master, &h->before) < 0 || (h->tty = tty_name(slave)).empty() ||
+        (options.record_stty && (h->stty_before = harness_stty(h)).empty()) ||
+        (h->pid = fork()) < 0) {
         ADD_FAILURE() << "harness: openpty or fork: " << strerror(errno);
         close(slave);
         harness_stop(h);
@@ -262,7 +297,9 @@ Harness *harness_start(const HarnessOptions &options) {
             child_fail("login_tty");
         if (unshare(CLONE_NEWNS) < 0 ||
             mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) < 0 ||
-            mount(root.c_str(), AV_PRODUCT_ROOT, nullptr, MS_BIND, nullptr) < 0)
+            // Recursive, so that a file system a test mounted inside the root
+            // (a small full one) comes along.
+            mount(root.c_str(), AV_PRODUCT_ROOT, nullptr, MS_BIND | MS_REC, nullptr) < 0)
             child_fail("mount of the product root");
         if (!options.as_root &&
             (setgroups(0, nullptr) < 0 || setgid(65534) < 0 || setuid(65534) < 0))
@@ -290,7 +327,11 @@ void harness_stop(Harness *h) {
 
 void harness_send(Harness *h, const std::string &bytes) {
     harness_wait_idle(h);
-    h->reads_before = proc_number(h->pid, "io", "syscr: ");
+    // A stopped program does not read what is sent now (its shell does):
+    // it is idle again once it sleeps in a read, whichever.
+    bool stopped = false;
+    program_waits(h, &stopped);
+    h->reads_before = stopped ? -1 : proc_number(watched(h), "io", "syscr: ");
     for (size_t done = 0; done < bytes.size() && h->master >= 0;) {
         ssize_t w = write(h->master, bytes.data() + done, bytes.size() - done);
         if (w < 0 && errno != EAGAIN && errno != EINTR) {
@@ -426,4 +467,24 @@ bool harness_mode_unchanged(Harness *h) {
     const struct termios &a = h->before, &b = h->after;
     return a.c_iflag == b.c_iflag && a.c_oflag == b.c_oflag && a.c_cflag == b.c_cflag &&
            a.c_lflag == b.c_lflag && memcmp(a.c_cc, b.c_cc, sizeof a.c_cc) == 0;
+}
+
+void harness_signal(Harness *h, int signal_number) {
+    pump(h, 0);
+    kill(h->pid, signal_number);
+}
+
+std::string harness_stty(Harness *h) {
+    std::string out;
+    if (FILE *p = popen(("stty -a -F " + h->tty + " 2>&1").c_str(), "r")) {
+        char buf[4096];
+        for (size_t n; (n = fread(buf, 1, sizeof buf, p)) > 0;)
+            out.append(buf, n);
+        pclose(p);
+    }
+    return out;
+}
+
+const std::string &harness_stty_before(Harness *h) {
+    return h->stty_before;
 }

@@ -15,6 +15,9 @@ struct HarnessOptions {
                                      // unless given ("TERM" alone: no TERM)
     std::string root{};              // empty: a fresh harness_new_root()
     bool as_root = true;             // false: run as user nobody
+    bool record_stty = false;        // keep `stty -a` of the terminal before the start
+    bool watch_child = false;        // the program is the started shell's job: wait
+                                     // for that child to be idle, not the shell
 };
 
 struct Harness; // opaque
@@ -60,3 +63,7 @@ int harness_wait_exit(Harness *h, int timeout_ms = 5000);
 void harness_hangup(Harness *h); // closes the master side
 // The terminal mode after exit equals the one set before the start.
 bool harness_mode_unchanged(Harness *h);
+void harness_signal(Harness *h, int signal_number); // to the started program
+// `stty -a` of the program's terminal now, and as recorded before the start.
+std::string harness_stty(Harness *h);
+const std::string &harness_stty_before(Harness *h);
