@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "support/paths.h"
 #include "term/term.h"
 #include "win/win.h"
 
@@ -15,6 +16,8 @@ void table_release(TableScreen *screen) {
         list_destroy(screen->list);
     screen->window = -1;
     screen->list = nullptr;
+    unlock_directory(screen->lock);
+    screen->lock = -1;
 }
 
 void table_legend(int window) {
@@ -108,12 +111,21 @@ int table_open(TableScreen *screen, const TableLayout *layout, const void *detai
     screen->changed = 0;
     pick_list_init(&screen->pick);
 
+    // One editor at a time: two sessions saving the same file would each
+    // silently drop the other's changes. Without the directory there is
+    // nothing to lock, and a save will say so.
+    screen->lock = lock_directory(AV_PATH_CONFIG_DIR);
+    if (screen->lock == -2) {
+        message_box(1, "Note", "Another session is editing the configuration; try again later.");
+        return -1;
+    }
     term_cursor_off();
     insert_mode = 0;
     screen->window = win_create(-1, "", 0, 0, 24, 80);
     if (screen->window < 0) {
         // Without a window there is nothing to show a message in.
         term_beep();
+        table_release(screen);
         return -1;
     }
     int window = screen->window;

@@ -49,6 +49,7 @@ struct TableScreen {
     List *list;
     PickList pick;
     int changed;
+    int lock; // the configuration directory's lock while the screen is open
 };
 
 // Builds the window, loads and sorts the list and shows the pick list.

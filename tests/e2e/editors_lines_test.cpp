@@ -94,3 +94,33 @@ TEST(EditorsLines, FailedSaveKeepsChangesUntilTheCauseIsMended) {
 }
 
 } // namespace
+
+namespace {
+
+TEST(EditorsLines, SecondSessionIsKeptOutWhileTheFirstEdits) {
+    std::string root = harness_new_root(), path = root + "/conduvia/config/commands";
+    write_file(path, "ls\n");
+    HarnessOptions options{.root = root};
+    Harness *first = harness_start(options), *second = harness_start(options);
+    ASSERT_TRUE(first != nullptr && second != nullptr);
+    ASSERT_TRUE(harness_wait_text(first, MENU_TEXT) && harness_wait_text(second, MENU_TEXT));
+    harness_type(first, "c");
+    ASSERT_TRUE(harness_wait_text(first, "Authorized UNIX Commands"));
+    harness_type(second, "c");
+    EXPECT_TRUE(harness_wait_text(
+        second, "Another session is editing the configuration; try again later."));
+    EXPECT_EQ(harness_screen(second).find("Authorized"), std::string::npos);
+    harness_type(second, " ");
+    EXPECT_TRUE(harness_wait_text(second, MENU_TEXT));
+    for (Harness *h : {first, second}) {
+        harness_keys(h, "{Esc}x");
+        EXPECT_EQ(harness_wait_exit(h), 0);
+        harness_stop(h);
+    }
+    struct stat st = {};
+    EXPECT_EQ(stat(path.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mtime, OLD_TIME);
+    EXPECT_EQ(read_file(path), "ls\n");
+}
+
+} // namespace
