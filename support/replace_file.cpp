@@ -78,12 +78,20 @@ int replace_open(ReplaceFile *file, const char *path, const char *user, const ch
     // else in its place is replaced like a missing file.
     had_old = had_old && S_ISREG(old.st_mode);
 
+    // No handler may end the process between creating the file and marking
+    // it for replace_cleanup.
+    sigset_t all, old_mask;
+    sigfillset(&all);
+    sigprocmask(SIG_BLOCK, &all, &old_mask);
     int fd = mkostemp(file->temp, O_CLOEXEC);
+    if (fd >= 0) {
+        memcpy(pending, file->temp, sizeof pending);
+        pending_set = 1;
+    }
+    sigprocmask(SIG_SETMASK, &old_mask, nullptr);
     if (fd < 0) {
         return -1;
     }
-    memcpy(pending, file->temp, sizeof pending);
-    pending_set = 1;
     give_owner(fd, file, &old, had_old, user, group, mode);
     file->stream = fdopen(fd, "w");
     if (file->stream == nullptr) {
