@@ -14,8 +14,9 @@ struct IpEntry {
     char pc_name[26];
 };
 
-constexpr int IP_DIALOG_ADD = 0;
-constexpr int IP_DIALOG_EDIT = 1;
+// The mode of an entry dialog.
+constexpr int ENTRY_ADD = 0;
+constexpr int ENTRY_EDIT = 1;
 
 // Name-to-IP table screen (menu N): 0 on a normal return, -1 on an error.
 int ip_table_screen();

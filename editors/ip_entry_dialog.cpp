@@ -30,9 +30,64 @@ void ip_field(TextField *field, int window, int row, int column, int width, int 
     field->length = str_copy_max(field->text, text, maximum);
 }
 
-void trimmed_copy(const TextField *field, char *out) {
-    str_copy_max(out, field->text, FIELD_TEXT_MAX);
-    trim_blanks(out);
+// The value that the selected kind needs, trimmed into value; 0 (after saying
+// why and moving the focus) when it is missing or cannot be used.
+int ip_value(EntryDialog *dialog, char *value) {
+    static const char *const missing[] = {"A fixed IP address was not specified.",
+                                          "A PC name was not specified for Hawser.",
+                                          "A PC name was not specified for Samba."};
+    static const int stops[] = {FOCUS_ADDRESS, FOCUS_HAWSER, FOCUS_SAMBA};
+    int kind = dialog->group.selected;
+    if (kind == 1 && access(AV_PATH_HAWSER_PROG, F_OK) != 0) {
+        message_box(1, "Error", "The Ardovane PC Hawser software is not installed on this system.");
+        dialog->focus = FOCUS_HAWSER_RADIO;
+        return 0;
+    }
+    entry_trimmed(&dialog->fields[stops[kind]], value);
+    if (value[0] != '\0')
+        return 1;
+    message_box(1, "Note", missing[kind]);
+    dialog->focus = stops[kind];
+    return 0;
+}
+
+int ip_accept(EntryDialog *dialog) {
+    char name[FIELD_TEXT_MAX + 1];
+    char value[FIELD_TEXT_MAX + 1];
+    entry_trimmed(&dialog->fields[FOCUS_NAME], name);
+    if (name[0] == '\0') {
+        message_box(1, "Note", "No name was specified.");
+        dialog->focus = FOCUS_NAME;
+        return 0;
+    }
+    if (!ip_value(dialog, value))
+        return 0;
+    // Lines start with the name padded to 15 columns, so a prefix match on
+    // the padded name is an exact match on the name.
+    char key_text[FIELD_TEXT_MAX + 1];
+    snprintf(key_text, sizeof key_text, "%-15s", name);
+    if (entry_is_duplicate(dialog, key_text, 0, "An entry for this name already exists.")) {
+        dialog->focus = FOCUS_NAME;
+        return 0;
+    }
+    return 1;
+}
+
+// The accepted values, into entry.
+void ip_store(EntryDialog *dialog, IpEntry *entry) {
+    static const int stops[] = {FOCUS_ADDRESS, FOCUS_HAWSER, FOCUS_SAMBA};
+    int kind = dialog->group.selected;
+    char text[FIELD_TEXT_MAX + 1];
+    entry_trimmed(&dialog->fields[FOCUS_NAME], text);
+    str_copy_max(entry->name, text, 15);
+    entry_trimmed(&dialog->fields[stops[kind]], text);
+    entry->address[0] = '\0';
+    entry->pc_name[0] = '\0';
+    if (kind == 0)
+        str_copy_max(entry->address, text, 15);
+    else
+        str_copy_max(entry->pc_name, text, 25);
+    entry->kind = kind;
 }
 
 } // namespace
@@ -64,21 +119,23 @@ int ip_focus_previous(int focus, int kind) {
 }
 
 int ip_entry_dialog(int parent, int mode, int index, IpEntry *entry, List *lines) {
-    int window = win_create(parent, "", 8, 8, 9, 64);
-    if (window < 0) {
-        term_beep();
+    EntryDialog dialog{.mode = mode,
+                       .index = index,
+                       .list = lines,
+                       .radio_stops = 1,
+                       .next = ip_focus_next,
+                       .previous = ip_focus_previous,
+                       .accept = ip_accept};
+    if (entry_dialog_open(&dialog, parent, 8, 8, 9, 64, 27, 7, 20) != 0)
         return 0;
-    }
-    win_box(window, 0, 0, 0, 9, 64);
-    win_puts(window, 0, 27, mode == IP_DIALOG_ADD ? "Add Entry" : "Edit Entry", 0);
+    int window = dialog.window;
     win_puts(window, 1, 2, "Name specified for PC (after 'avclink' cmd): ", 0);
     win_puts(window, 3, 2, "    Static PC IP address............: ", 0);
     win_puts(window, 4, 2, "    Use Ardovane PC Hawser - PC name:", 0);
     win_puts(window, 5, 2, "    Use Samba 'nmblookup'  - PC name:", 0);
     win_hline(window, 1, 1, 6, 0, -1);
-    table_dialog_legend(window, 7, 20);
 
-    TextField fields[FOCUS_COUNT];
+    TextField *fields = dialog.fields;
     ip_field(&fields[FOCUS_NAME], window, 1, 47, 15, 15, entry->name);
     strcpy(fields[FOCUS_NAME].refused, REFUSED);
     ip_field(&fields[FOCUS_ADDRESS], window, 3, 40, 15, 15, entry->address);
@@ -87,115 +144,25 @@ int ip_entry_dialog(int parent, int mode, int index, IpEntry *entry, List *lines
     ip_field(&fields[FOCUS_HAWSER], window, 4, 40, 16, 25, entry->kind == 1 ? entry->pc_name : "");
     ip_field(&fields[FOCUS_SAMBA], window, 5, 40, 16, 25, entry->kind == 2 ? entry->pc_name : "");
 
-    RadioGroup group;
-    radio_init(&group);
-    group.window = window;
-    group.count = 3;
+    RadioGroup *group = &dialog.group;
+    radio_init(group);
+    group->window = window;
+    group->count = 3;
     for (int i = 0; i < 3; i++) {
-        group.row[i] = 3 + i;
-        group.column[i] = 2;
+        group->row[i] = 3 + i;
+        group->column[i] = 2;
     }
-    group.selected = (entry->kind >= 0 && entry->kind <= 2) ? entry->kind : 0;
+    group->selected = (entry->kind >= 0 && entry->kind <= 2) ? entry->kind : 0;
 
     field_show(&fields[FOCUS_NAME], -1);
-    radio_show(-1, &group);
+    radio_show(-1, group);
     field_show(&fields[FOCUS_ADDRESS], -1);
     field_show(&fields[FOCUS_HAWSER], -1);
     field_show(&fields[FOCUS_SAMBA], -1);
     win_show(window);
 
-    int focus = 0;
-    int changed = 0;
-    int result = -1;
-    while (result < 0) {
-        int key;
-        if (focus % 2 == 1) {
-            key = radio_run(focus / 2, &group);
-            if (group.changed)
-                changed = 1;
-        } else {
-            key = field_edit(&fields[focus]);
-            if (fields[focus].changed)
-                changed = 1;
-        }
-        if (key_is_enter(key))
-            key = KEY_TAB;
-        else if (key_is_save(key))
-            key = KEY_F6;
-        switch (key) {
-        case KEY_CTRL_I:
-        case KEY_TAB:
-        case KEY_DOWN:
-            focus = ip_focus_next(focus, group.selected);
-            break;
-        case KEY_BACKTAB:
-        case KEY_UP:
-            focus = ip_focus_previous(focus, group.selected);
-            break;
-        case KEY_F6: {
-            char name[FIELD_TEXT_MAX + 1];
-            char value[FIELD_TEXT_MAX + 1];
-            int kind = group.selected;
-            trimmed_copy(&fields[FOCUS_NAME], name);
-            if (name[0] == '\0') {
-                message_box(1, "Note", "No name was specified.");
-                focus = FOCUS_NAME;
-                break;
-            }
-            if (kind == 0) {
-                trimmed_copy(&fields[FOCUS_ADDRESS], value);
-                if (value[0] == '\0') {
-                    message_box(1, "Note", "A fixed IP address was not specified.");
-                    focus = FOCUS_ADDRESS;
-                    break;
-                }
-            } else if (kind == 1) {
-                if (access(AV_PATH_HAWSER_PROG, F_OK) != 0) {
-                    message_box(1, "Error",
-                                "The Ardovane PC Hawser software is not installed on this system.");
-                    focus = FOCUS_HAWSER_RADIO;
-                    break;
-                }
-                trimmed_copy(&fields[FOCUS_HAWSER], value);
-                if (value[0] == '\0') {
-                    message_box(1, "Note", "A PC name was not specified for Hawser.");
-                    focus = FOCUS_HAWSER;
-                    break;
-                }
-            } else {
-                trimmed_copy(&fields[FOCUS_SAMBA], value);
-                if (value[0] == '\0') {
-                    message_box(1, "Note", "A PC name was not specified for Samba.");
-                    focus = FOCUS_SAMBA;
-                    break;
-                }
-            }
-            // Lines start with the name padded to 15 columns, so a prefix
-            // match on the padded name is an exact match on the name.
-            char key_text[FIELD_TEXT_MAX + 1];
-            snprintf(key_text, sizeof key_text, "%-15s", name);
-            int found = list_find_string(key_text, 0, lines);
-            if (found >= 0 && (mode == IP_DIALOG_ADD || found != index)) {
-                message_box(1, "Error", "An entry for this name already exists.");
-                focus = FOCUS_NAME;
-                break;
-            }
-            str_copy_max(entry->name, name, 15);
-            entry->address[0] = '\0';
-            entry->pc_name[0] = '\0';
-            if (kind == 0)
-                str_copy_max(entry->address, value, 15);
-            else
-                str_copy_max(entry->pc_name, value, 25);
-            entry->kind = kind;
-            result = changed;
-            break;
-        }
-        default:
-            result = table_dialog_key(key, changed);
-            break;
-        }
-    }
-    win_destroy(window);
+    int result = entry_dialog_run(&dialog);
+    if (result == 1)
+        ip_store(&dialog, entry);
     return result;
 }

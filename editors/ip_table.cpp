@@ -39,7 +39,7 @@ void ip_load(List *list) {
 
 int ip_add(TableScreen *screen) {
     IpEntry entry = {};
-    if (ip_entry_dialog(screen->window, IP_DIALOG_ADD, -1, &entry, screen->list) != 1)
+    if (ip_entry_dialog(screen->window, ENTRY_ADD, -1, &entry, screen->list) != 1)
         return TABLE_STAY;
     char line[TABLE_LINE_MAX];
     ip_format_line(&entry, line, sizeof line);
@@ -64,7 +64,7 @@ int ip_edit(TableScreen *screen) {
     }
     IpEntry entry;
     ip_parse_line(old, &entry);
-    if (ip_entry_dialog(screen->window, IP_DIALOG_EDIT, current, &entry, screen->list) != 1)
+    if (ip_entry_dialog(screen->window, ENTRY_EDIT, current, &entry, screen->list) != 1)
         return TABLE_STAY;
     // The dialog does not change the list, but fetch again rather than keep
     // a pointer across it.
@@ -97,11 +97,12 @@ int ip_save(TableScreen *screen) {
         const char *line = static_cast<const char *>(list_get(screen->list, i));
         if (line == nullptr)
             continue;
+        // Parsed and formatted again: every line goes out in the fixed columns.
         IpEntry entry;
         ip_parse_line(line, &entry);
-        if (fprintf(file.stream, "%-15s %-15s  %-25s %d\n", entry.name, entry.address,
-                    entry.pc_name, entry.kind) < 0 ||
-            fflush(file.stream) != 0)
+        char formatted[TABLE_LINE_MAX];
+        ip_format_line(&entry, formatted, sizeof formatted);
+        if (fprintf(file.stream, "%s\n", formatted) < 0 || fflush(file.stream) != 0)
             break;
     }
     if (replace_commit(&file) != 0) {
@@ -115,21 +116,21 @@ int ip_save(TableScreen *screen) {
 const TableHead IP_HEADS[] = {{11, "Name"}, {27, "IP Address"}, {44, "PC Name"}};
 
 const TableLayout IP_LAYOUT = {
-    "                            Name To IP Address Table                            ",
-    9,
-    62,
-    IP_HEADS,
-    3,
-    "Could not create ip list!",
-    ip_load,
-    11,
-    58,
-    "Name: ",
-    8,
-    15,
-    ip_add,
-    ip_edit,
-    ip_save,
+    .title = "                            Name To IP Address Table                            ",
+    .box_column = 9,
+    .box_columns = 62,
+    .heads = IP_HEADS,
+    .head_count = 3,
+    .list_error = "Could not create ip list!",
+    .load = ip_load,
+    .list_column = 11,
+    .list_width = 58,
+    .search_label = "Name: ",
+    .search_column = 8,
+    .search_width = 15,
+    .add = ip_add,
+    .edit = ip_edit,
+    .save = ip_save,
 };
 
 } // namespace
@@ -156,7 +157,7 @@ void ip_format_line(const IpEntry *entry, char *line, int size) {
 
 int ip_table_screen() {
     TableScreen screen;
-    if (table_open(&screen, &IP_LAYOUT, nullptr) != 0)
+    if (table_open(&screen, &IP_LAYOUT) != 0)
         return -1;
     return table_run(&screen) == TABLE_FAIL ? -1 : 0;
 }

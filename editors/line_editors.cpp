@@ -1,5 +1,5 @@
 // The authorized commands and environment variables screens: one editor for
-// files of plain lines, told apart by a LineEditor record.
+// files of plain lines, told apart by their TableLayout records.
 #include <cstring>
 
 #include "editors/editors.h"
@@ -12,139 +12,58 @@ namespace {
 
 constexpr int ENTRY_MAX = 76;
 
-struct LineEditor {
-    const char *path;
-    const char *fetch_error;
-    const char *remove_error;
-    const char *append_error;
-    int add_limit; // 0: no limit
-    const char *limit_note;
-    int needs_equal; // an entry must contain "="
-    int dialog_rows;
-    const char *dialog_label;
-    const char *dialog_note; // nullptr: none
-    int legend_row;
-    int field_column;
-    int field_width;
-};
-
-const LineEditor COMMANDS_EDITOR = {
-    AV_PATH_COMMANDS,
-    "Error retrieving data from commands list!",
-    "Could not remove old entry from commands list",
-    "Could not add new entry to commands list",
-    0,
-    nullptr,
-    0,
-    5,
-    "Command: ",
-    nullptr,
-    3,
-    11,
-    67,
-};
-
-const LineEditor ENV_EDITOR = {
-    AV_PATH_ENV,
-    "Error retrieving data from env list!",
-    "Could not remove old entry from env list",
-    "Could not add new entry to env list",
-    100,
-    "The maximum number of variables has been reached (100).",
-    1,
-    6,
-    "Variable: ",
-    "NOTE: Enter variable and value in the form:  NAME=value",
-    4,
-    12,
-    66,
-};
-
-const LineEditor *editor_of(TableScreen *screen) {
-    return static_cast<const LineEditor *>(screen->detail);
+int line_accept(EntryDialog *dialog) {
+    const TextField *field = &dialog->fields[0];
+    if (dialog->layout->needs_equal && strchr(field->text, '=') == nullptr) {
+        message_box(1, "Error", "Expression must contain an equal sign (=)");
+        return 0;
+    }
+    char trimmed[FIELD_TEXT_MAX + 1];
+    entry_trimmed(field, trimmed);
+    if (trimmed[0] == '\0') {
+        message_box(1, "Note", "Cannot save empty field.");
+        return 0;
+    }
+    return !entry_is_duplicate(dialog, trimmed, 1, "An entry for this item already exists.");
 }
 
 // The entry dialog. text holds the initial text and receives the saved one
 // (at least FIELD_TEXT_MAX + 1 bytes). 1 when saved with a change.
-int line_entry_dialog(int parent, const LineEditor *editor, int mode, int index, char *text,
-                      List *list) {
-    int window = win_create(parent, "", 8, 0, editor->dialog_rows, 80);
-    if (window < 0) {
-        term_beep();
+int line_entry_dialog(TableScreen *screen, int mode, int index, char *text) {
+    const TableLayout *layout = screen->layout;
+    EntryDialog dialog{.layout = layout,
+                       .mode = mode,
+                       .index = index,
+                       .list = screen->list,
+                       .accept = line_accept};
+    if (entry_dialog_open(&dialog, screen->window, 8, 0, layout->dialog_rows, 80, 34,
+                          layout->legend_row, 26) != 0)
         return 0;
-    }
-    win_box(window, 0, 0, 0, editor->dialog_rows, 80);
-    win_puts(window, 0, 34, mode == IP_DIALOG_ADD ? "Add Entry" : "Edit Entry", 0);
-    win_puts(window, 1, 2, editor->dialog_label, 0);
-    win_hline(window, 1, 1, 2, 0, -1);
-    if (editor->dialog_note != nullptr)
-        win_puts(window, 3, 12, editor->dialog_note, 0);
-    table_dialog_legend(window, editor->legend_row, 26);
+    win_puts(dialog.window, 1, 2, layout->dialog_label, 0);
+    win_hline(dialog.window, 1, 1, 2, 0, -1);
+    if (layout->dialog_note != nullptr)
+        win_puts(dialog.window, 3, 12, layout->dialog_note, 0);
 
-    TextField field;
-    table_field(&field, window, 1, editor->field_column, editor->field_width, ENTRY_MAX);
-    // A line read from the file may be longer than anything typed; the
-    // field holds what fits its buffer and the line stays whole unless the
-    // user saves a change.
-    field.length = str_copy_max(field.text, text, FIELD_TEXT_MAX);
-    field_show(&field, -1);
-    win_show(window);
+    TextField *field = &dialog.fields[0];
+    table_field(field, dialog.window, 1, layout->field_column, layout->field_width, ENTRY_MAX);
+    field->length = str_copy_max(field->text, text, FIELD_TEXT_MAX);
+    field_show(field, -1);
+    win_show(dialog.window);
 
-    int changed = 0;
-    int result = -1;
-    while (result < 0) {
-        int key = field_edit(&field);
-        if (field.changed)
-            changed = 1;
-        if (key_is_enter(key))
-            key = KEY_TAB;
-        else if (key_is_save(key))
-            key = KEY_F6;
-        switch (key) {
-        case KEY_CTRL_I:
-        case KEY_TAB:
-        case KEY_BACKTAB:
-        case KEY_UP:
-        case KEY_DOWN:
-            break;
-        case KEY_F6: {
-            if (editor->needs_equal && strchr(field.text, '=') == nullptr) {
-                message_box(1, "Error", "Expression must contain an equal sign (=)");
-                break;
-            }
-            char trimmed[FIELD_TEXT_MAX + 1];
-            str_copy_max(trimmed, field.text, FIELD_TEXT_MAX);
-            trim_blanks(trimmed);
-            if (trimmed[0] == '\0') {
-                message_box(1, "Note", "Cannot save empty field.");
-                break;
-            }
-            int found = list_find_string(trimmed, 1, list);
-            if (found >= 0 && (mode == IP_DIALOG_ADD || found != index)) {
-                message_box(1, "Error", "An entry for this item already exists.");
-                break;
-            }
-            strcpy(text, trimmed);
-            result = changed;
-            break;
-        }
-        default:
-            result = table_dialog_key(key, changed);
-            break;
-        }
-    }
-    win_destroy(window);
+    int result = entry_dialog_run(&dialog);
+    if (result == 1)
+        entry_trimmed(field, text);
     return result;
 }
 
 int line_add(TableScreen *screen) {
-    const LineEditor *editor = editor_of(screen);
+    const TableLayout *editor = screen->layout;
     if (editor->add_limit > 0 && list_count(screen->list) >= editor->add_limit) {
         message_box(1, "Note", editor->limit_note);
         return TABLE_STAY;
     }
     char text[FIELD_TEXT_MAX + 1] = "";
-    if (line_entry_dialog(screen->window, editor, IP_DIALOG_ADD, -1, text, screen->list) != 1)
+    if (line_entry_dialog(screen, ENTRY_ADD, -1, text) != 1)
         return TABLE_STAY;
     char msg[AV_MSG_MAX];
     if (list_add_string(text, screen->list, msg) != 0) {
@@ -155,7 +74,7 @@ int line_add(TableScreen *screen) {
 }
 
 int line_edit(TableScreen *screen) {
-    const LineEditor *editor = editor_of(screen);
+    const TableLayout *editor = screen->layout;
     if (list_count(screen->list) <= 0) {
         message_box(1, "Note", "There is nothing to edit.");
         return TABLE_STAY;
@@ -174,7 +93,7 @@ int line_edit(TableScreen *screen) {
     }
     char text[FIELD_TEXT_MAX + 1];
     str_copy_max(text, line, FIELD_TEXT_MAX);
-    if (line_entry_dialog(screen->window, editor, IP_DIALOG_EDIT, current, text, screen->list) != 1)
+    if (line_entry_dialog(screen, ENTRY_EDIT, current, text) != 1)
         return TABLE_STAY;
     char msg[AV_MSG_MAX];
     if (list_delete(screen->list, current) != 0)
@@ -188,7 +107,7 @@ int line_save(TableScreen *screen) {
     if (screen->changed == 0)
         return TABLE_LEAVE;
     char msg[AV_MSG_MAX];
-    if (write_line_file(editor_of(screen)->path, screen->list, msg) != 0) {
+    if (write_line_file(screen->layout->path, screen->list, msg) != 0) {
         // Nothing is lost: the screen stays open with every change.
         message_box(1, "Error", msg);
         return TABLE_STAY;
@@ -207,45 +126,58 @@ void load_env(List *list) {
     read_line_file(AV_PATH_ENV, list, "", msg);
 }
 
-const TableLayout COMMANDS_LAYOUT = {
-    "                            Authorized UNIX Commands                            ",
-    0,
-    80,
-    nullptr,
-    0,
-    "Could not create commands list!",
-    load_commands,
-    2,
-    76,
-    "Command: ",
-    11,
-    17,
-    line_add,
-    line_edit,
-    line_save,
-};
+// What the two line screens share; each layout below adds its own.
+constexpr TableLayout line_layout(TableLayout layout) {
+    layout.box_columns = 80;
+    layout.list_column = 2;
+    layout.list_width = 76;
+    layout.search_column = 11;
+    layout.search_width = 17;
+    layout.add = line_add;
+    layout.edit = line_edit;
+    layout.save = line_save;
+    return layout;
+}
 
-const TableLayout ENV_LAYOUT = {
-    "                           UNIX Environment Variables                           ",
-    0,
-    80,
-    nullptr,
-    0,
-    "Could not create env list!",
-    load_env,
-    2,
-    76,
-    "Env var: ",
-    11,
-    17,
-    line_add,
-    line_edit,
-    line_save,
-};
+const TableLayout COMMANDS_LAYOUT = line_layout({
+    .title = "                            Authorized UNIX Commands                            ",
+    .list_error = "Could not create commands list!",
+    .load = load_commands,
+    .search_label = "Command: ",
+    .path = AV_PATH_COMMANDS,
+    .fetch_error = "Error retrieving data from commands list!",
+    .remove_error = "Could not remove old entry from commands list",
+    .append_error = "Could not add new entry to commands list",
+    .dialog_rows = 5,
+    .dialog_label = "Command: ",
+    .legend_row = 3,
+    .field_column = 11,
+    .field_width = 67,
+});
 
-void line_screen(const TableLayout *layout, const LineEditor *editor) {
+const TableLayout ENV_LAYOUT = line_layout({
+    .title = "                           UNIX Environment Variables                           ",
+    .list_error = "Could not create env list!",
+    .load = load_env,
+    .search_label = "Env var: ",
+    .path = AV_PATH_ENV,
+    .fetch_error = "Error retrieving data from env list!",
+    .remove_error = "Could not remove old entry from env list",
+    .append_error = "Could not add new entry to env list",
+    .add_limit = 100,
+    .limit_note = "The maximum number of variables has been reached (100).",
+    .needs_equal = 1,
+    .dialog_rows = 6,
+    .dialog_label = "Variable: ",
+    .dialog_note = "NOTE: Enter variable and value in the form:  NAME=value",
+    .legend_row = 4,
+    .field_column = 12,
+    .field_width = 66,
+});
+
+void line_screen(const TableLayout *layout) {
     TableScreen screen;
-    if (table_open(&screen, layout, editor) != 0)
+    if (table_open(&screen, layout) != 0)
         return;
     table_run(&screen);
 }
@@ -253,9 +185,9 @@ void line_screen(const TableLayout *layout, const LineEditor *editor) {
 } // namespace
 
 void commands_screen() {
-    line_screen(&COMMANDS_LAYOUT, &COMMANDS_EDITOR);
+    line_screen(&COMMANDS_LAYOUT);
 }
 
 void env_screen() {
-    line_screen(&ENV_LAYOUT, &ENV_EDITOR);
+    line_screen(&ENV_LAYOUT);
 }
