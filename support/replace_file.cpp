@@ -30,10 +30,10 @@ void give_owner(int fd, const ReplaceFile *file, const struct stat *old, bool ha
     gid_t gid;
     if (user != nullptr || group != nullptr) {
         // A new file's defaults are those of the file just created.
-        if (owner_by_name(had_old ? file->path : file->temp, user, group, &uid, &gid) != 0 &&
-            fchown(fd, uid, gid) != 0) {
-        }
-    } else if (had_old && fchown(fd, old->st_uid, old->st_gid) != 0) {
+        if (owner_by_name(had_old ? file->path : file->temp, user, group, &uid, &gid) != 0)
+            ignore_failure(fchown(fd, uid, gid));
+    } else if (had_old) {
+        ignore_failure(fchown(fd, old->st_uid, old->st_gid));
     }
     mode_t bits;
     if (mode >= 0) {
@@ -47,8 +47,7 @@ void give_owner(int fd, const ReplaceFile *file, const struct stat *old, bool ha
         bits = 0666 & ~mask;
     }
     // After the chown, which clears set-ID bits.
-    if (fchmod(fd, bits) != 0) {
-    }
+    ignore_failure(fchmod(fd, bits));
 }
 
 } // namespace
@@ -134,8 +133,7 @@ int replace_commit(ReplaceFile *file) {
     }
     int dir_fd = open(slash != nullptr ? dir : ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (dir_fd >= 0) {
-        if (fsync(dir_fd) != 0) {
-        }
+        ignore_failure(fsync(dir_fd));
         close(dir_fd);
     }
     return 0;

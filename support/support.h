@@ -11,6 +11,10 @@
 // A function that a container calls with the data it lets go of.
 using ReleaseFn = void (*)(void *data);
 
+// Marks a call whose failure changes nothing for the caller (a refused chown
+// of a file that is saved all the same, say).
+inline void ignore_failure(int) {}
+
 // Size of every message buffer handed to the operations that can fail.
 constexpr int AV_MSG_MAX = 512;
 
