@@ -17,7 +17,7 @@ FUZZ_SECONDS ?= 15
 SANDBOX := $(CURDIR)/$(BUILD)/root
 DEB_PACKAGES := cmake ninja-build g++ clang libclang-rt-14-dev pkg-config libgtest-dev \
                 libgmock-dev libbenchmark-dev libvterm-dev valgrind groff-base man-db \
-                python3 ncurses-term
+                python3 ncurses-term libncurses-dev
 
 CONFIGURE = $(CMAKE) -G Ninja -Wno-dev
 

@@ -225,6 +225,11 @@ const std::map<std::string, std::string> key_bytes = {
 
 } // namespace
 
+std::string harness_program() {
+    const char *program = getenv("AV_E2E_PROGRAM");
+    return program != nullptr && program[0] != '\0' ? program : AV_BINARY;
+}
+
 std::string harness_new_root() {
     std::error_code ec;
     std::string root = std::string(AV_E2E_ROOTS_DIR) + "/root-XXXXXX";
@@ -258,7 +263,7 @@ Harness *harness_start(const HarnessOptions &options) {
     fs::create_directories(AV_PRODUCT_ROOT, ec); // else the mount in the child says why
 
     // Built before fork: the child only calls async-signal-safe functions.
-    std::vector<std::string> args = {options.program.empty() ? AV_BINARY : options.program};
+    std::vector<std::string> args = {options.program.empty() ? harness_program() : options.program};
     args.insert(args.end(), options.args.begin(), options.args.end());
     std::vector<std::string> env = options.env;
     if (std::none_of(env.begin(), env.end(),
@@ -447,6 +452,9 @@ bool harness_cursor_visible(Harness *h) {
 }
 int harness_bells(Harness *h) {
     return h->bells;
+}
+int harness_pid(Harness *h) {
+    return h->pid;
 }
 const std::string &harness_output(Harness *h) {
     return h->output;
