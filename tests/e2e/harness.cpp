@@ -225,9 +225,13 @@ const std::map<std::string, std::string> key_bytes = {
 
 } // namespace
 
-std::string harness_program() {
+std::vector<std::string> harness_command() {
     const char *program = getenv("AV_E2E_PROGRAM");
-    return program != nullptr && program[0] != '\0' ? program : AV_BINARY;
+    if (program == nullptr || program[0] == '\0')
+        return {AV_BINARY};
+    if (AV_E2E_RUNNER[0] == '\0')
+        return {program};
+    return {AV_E2E_RUNNER, "-E", "LD_PRELOAD=" AV_E2E_PRELOAD, program};
 }
 
 std::string harness_new_root() {
@@ -263,7 +267,9 @@ Harness *harness_start(const HarnessOptions &options) {
     fs::create_directories(AV_PRODUCT_ROOT, ec); // else the mount in the child says why
 
     // Built before fork: the child only calls async-signal-safe functions.
-    std::vector<std::string> args = {options.program.empty() ? harness_program() : options.program};
+    std::vector<std::string> args = harness_command();
+    if (!options.program.empty())
+        args = {options.program};
     args.insert(args.end(), options.args.begin(), options.args.end());
     std::vector<std::string> env = options.env;
     if (std::none_of(env.begin(), env.end(),

@@ -9,7 +9,7 @@
 #include <vector>
 
 struct HarnessOptions {
-    std::string program{};           // default: harness_program()
+    std::string program{};           // default: harness_command()
     std::vector<std::string> args{}; // argv[1..]
     std::vector<std::string> env{};  // the whole environment, plus TERM=xterm
                                      // unless given ("TERM" alone: no TERM)
@@ -22,9 +22,11 @@ struct HarnessOptions {
 
 struct Harness; // opaque
 
-// The program under test: $AV_E2E_PROGRAM (the same program built for
-// another machine word size), else the avconfig of this build.
-std::string harness_program();
+// The program under test as a command: $AV_E2E_PROGRAM (the same program
+// built for 32-bit x86), run through the emulator AV_E2E_RUNNER with
+// termio_shim.c where this machine cannot run it itself; else the avconfig
+// of this build.
+std::vector<std::string> harness_command();
 // A fresh product root: the shipped termdef and an empty conduvia/config.
 std::string harness_new_root();
 // nullptr (and a failed test) if it cannot start; a failed exec shows why on
