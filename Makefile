@@ -4,7 +4,7 @@
 #                 (normal build, sanitizer build, fuzz smoke runs)
 #   make bench    build and run the benchmarks
 #   make install  install under DESTDIR (default: the system)
-#   make package  build the Debian package
+#   make package  build the Debian package and check it with lintian
 
 SHELL := /bin/bash
 CMAKE ?= cmake
@@ -119,8 +119,11 @@ release: deps-run
 install: release
 	DESTDIR="$(DESTDIR)" $(CMAKE) --install $(RELEASE_BUILD)
 
+# Any lintian error or warning that the package does not override fails it.
 package: deps-package release
+	rm -f $(RELEASE_BUILD)/*.deb
 	cd $(RELEASE_BUILD) && cpack -G DEB
+	lintian --fail-on error,warning $(RELEASE_BUILD)/avconfig_*.deb
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD) $(RELEASE_BUILD)
