@@ -105,7 +105,7 @@ sandbox: build
 	    [ -e $(SANDBOX)/conduvia/config/$$f ] || cp data/sample/$$f $(SANDBOX)/conduvia/config/$$f; done
 
 run: deps-run
-	$(MAKE) sandbox
+	$(MAKE) --no-print-directory sandbox
 	@if [ "$$(id -u)" = 0 ]; then exec $(BUILD)/app/avconfig; \
 	elif unshare --map-root-user true 2>/dev/null; then exec unshare --map-root-user $(BUILD)/app/avconfig; \
 	else echo "avconfig runs only as root: run 'sudo make run', or allow unprivileged user namespaces"; exit 1; fi
