@@ -4,7 +4,7 @@
 #                 (normal build, sanitizer build, fuzz smoke runs)
 #   make bench    build and run the benchmarks
 #   make install  install under DESTDIR (default: the system)
-#   make package  build the Debian package
+#   make package  build the Debian package and check it with lintian
 
 SHELL := /bin/bash
 CMAKE ?= cmake
@@ -15,32 +15,49 @@ FUZZ_BUILD := build-fuzz
 RELEASE_BUILD := build-release
 FUZZ_SECONDS ?= 15
 SANDBOX := $(CURDIR)/$(BUILD)/root
-DEB_PACKAGES := cmake ninja-build g++ clang libclang-rt-14-dev pkg-config libgtest-dev \
+# What building and running the program needs: a fresh Debian 12 has only make.
+RUN_PACKAGES := cmake ninja-build g++
+# What "make package" adds.
+PACKAGE_PACKAGES := $(RUN_PACKAGES) dpkg-dev file lintian
+# What the tests and benches add. qemu-user runs the 32-bit program where the
+# kernel cannot; ncurses is for the start-up bench's peer only.
+DEB_PACKAGES := $(PACKAGE_PACKAGES) clang libclang-rt-14-dev pkg-config libgtest-dev \
                 libgmock-dev libbenchmark-dev libvterm-dev valgrind groff-base man-db \
-                python3 ncurses-term
+                python3 ncurses-term libncurses-dev gcc-multilib g++-multilib qemu-user
+# The test targets must not quietly build without their tests.
+TEST_OPTIONS := -DAV_TESTS=ON -DAV_BENCH=ON -DAV_M32=ON
+BUILD_OPTIONS ?=
 
 CONFIGURE = $(CMAKE) -G Ninja -Wno-dev
 
-.PHONY: all deps build build-asan build-fuzz test unit-test asan-test fuzz-smoke bench run \
-        sandbox release install package clean
+.PHONY: all deps deps-run deps-package build build-asan build-fuzz test unit-test asan-test \
+        fuzz-smoke bench run sandbox release install package clean
 
 all: build
 
-deps:
-	@missing=$$(for p in $(DEB_PACKAGES); do \
+# $(call install_missing,<packages>): installs those not installed yet.
+install_missing = missing=$$(for p in $(1); do \
 	    dpkg-query -W -f='$${Status}' $$p 2>/dev/null | grep -q 'ok installed' || echo $$p; done); \
 	if [ -n "$$missing" ]; then \
-	    if [ "$$(id -u)" != 0 ]; then echo "missing packages (install as root): $$missing"; exit 1; fi; \
-	    echo "installing: $$missing"; \
+	    if [ "$$(id -u)" != 0 ]; then echo "missing packages (install as root):" $$missing; exit 1; fi; \
+	    echo "installing:" $$missing; \
 	    apt-get update -qq && DEBIAN_FRONTEND=noninteractive apt-get install -y -qq $$missing; \
 	fi
 
+deps:
+	@$(call install_missing,$(DEB_PACKAGES))
+deps-run:
+	@$(call install_missing,$(RUN_PACKAGES))
+deps-package:
+	@$(call install_missing,$(PACKAGE_PACKAGES))
+
+# Tests and benches are built where their libraries are installed.
 build:
-	$(CONFIGURE) -S . -B $(BUILD) -DAV_PRODUCT_ROOT=$(SANDBOX)
+	$(CONFIGURE) -S . -B $(BUILD) -DAV_PRODUCT_ROOT=$(SANDBOX) $(BUILD_OPTIONS)
 	$(CMAKE) --build $(BUILD) -j $(JOBS)
 
 build-asan:
-	$(CONFIGURE) -S . -B $(ASAN_BUILD) -DAV_SANITIZE=ON -DAV_BENCH=OFF \
+	$(CONFIGURE) -S . -B $(ASAN_BUILD) -DAV_SANITIZE=ON -DAV_TESTS=ON -DAV_BENCH=OFF \
 	    -DAV_PRODUCT_ROOT=$(CURDIR)/$(ASAN_BUILD)/root
 	$(CMAKE) --build $(ASAN_BUILD) -j $(JOBS)
 
@@ -60,6 +77,7 @@ fuzz-smoke: build-fuzz
 	        $$work $$seeds > $(FUZZ_BUILD)/$$name.log 2>&1 || { tail -n 40 $(FUZZ_BUILD)/$$name.log; exit 1; }; \
 	done
 
+unit-test: BUILD_OPTIONS = $(TEST_OPTIONS)
 unit-test: build
 	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
 
@@ -68,10 +86,11 @@ asan-test: build-asan
 	    ctest --test-dir $(ASAN_BUILD) --output-on-failure -j $(JOBS)
 
 test: deps
-	$(MAKE) build build-asan fuzz-smoke
+	$(MAKE) build build-asan fuzz-smoke BUILD_OPTIONS="$(TEST_OPTIONS)"
 	$(MAKE) unit-test
 	$(MAKE) asan-test
 
+bench: BUILD_OPTIONS = -DAV_BENCH=ON
 bench: deps build
 	@set -e; for b in $(BUILD)/bench/bench_*; do [ -x "$$b" ] && { echo "== $${b##*/}"; $$b; }; done
 
@@ -85,22 +104,26 @@ sandbox: build
 	for f in ipaddr commands env; do \
 	    [ -e $(SANDBOX)/conduvia/config/$$f ] || cp data/sample/$$f $(SANDBOX)/conduvia/config/$$f; done
 
-run: sandbox
+run: deps-run
+	$(MAKE) --no-print-directory sandbox
 	@if [ "$$(id -u)" = 0 ]; then exec $(BUILD)/app/avconfig; \
 	elif unshare --map-root-user true 2>/dev/null; then exec unshare --map-root-user $(BUILD)/app/avconfig; \
 	else echo "avconfig runs only as root: run 'sudo make run', or allow unprivileged user namespaces"; exit 1; fi
 
 # Release tree with the real product root (/usr/lib/ardovane). Configuration
 # files already present under DESTDIR are kept as they are.
-release:
+release: deps-run
 	$(CONFIGURE) -S . -B $(RELEASE_BUILD) -DCMAKE_BUILD_TYPE=Release -DAV_TESTS=OFF -DAV_BENCH=OFF
 	$(CMAKE) --build $(RELEASE_BUILD) -j $(JOBS)
 
 install: release
 	DESTDIR="$(DESTDIR)" $(CMAKE) --install $(RELEASE_BUILD)
 
-package: release
+# Any lintian error or warning that the package does not override fails it.
+package: deps-package release
+	rm -f $(RELEASE_BUILD)/*.deb
 	cd $(RELEASE_BUILD) && cpack -G DEB
+	lintian --fail-on error,warning $(RELEASE_BUILD)/avconfig_*.deb
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD) $(RELEASE_BUILD)

@@ -10,3 +10,13 @@ int app_main(int argc, char **argv);
 int term_session(TermState *state);
 int main_menu();
 void info_screen();
+
+// The password file read directly, ahead of the password database: the
+// database may load name-service modules, this loads nothing. 1 when the file
+// at path has a well-formed entry whose user ID is uid, 0 when it has none,
+// -1 when it cannot be read.
+int passwd_file_has_uid(const char *path, unsigned int uid);
+// 1 when the name-service configuration at path has the password database
+// read the local files (its "passwd:" line names "files" or "compat", or
+// there is no such line or no such file), else 0.
+int passwd_reads_files(const char *nsswitch_path);

@@ -4,28 +4,24 @@
 // bell_key_ms is the cost of a key the screen ignores, the floor under
 // every other step.
 //
-// The bench prepares <AV_PRODUCT_ROOT>/termdef and the commands file itself.
-// The binary under test is built with AV_PRODUCT_ROOT inside the build
-// tree, so that is a sandbox, never a real installation; the bench refuses
-// to run when the root lies outside the build tree.
+// The bench runs the program on a product root of its own (bench_root.h)
+// and writes the commands file there, before every run.
 #include <benchmark/benchmark.h>
 
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
 #include <signal.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <string>
 
-namespace fs = std::filesystem;
+#include "bench_root.h"
 
 namespace {
 
@@ -41,21 +37,9 @@ struct Session {
     Clock::time_point last_byte;
 };
 
-bool sandbox_ready(std::string *why) {
-    fs::path build = fs::path(AV_BINARY).parent_path().parent_path();
-    std::string root = AV_PRODUCT_ROOT;
-    if (root.rfind(build.string() + "/", 0) != 0) {
-        *why = "AV_PRODUCT_ROOT " + root + " is not inside the build tree " + build.string();
-        return false;
-    }
-    std::error_code ec;
-    fs::create_directories(root + "/conduvia/config", ec);
-    fs::copy_file(std::string(AV_SOURCE_DIR) + "/data/termdef", root + "/termdef",
-                  fs::copy_options::overwrite_existing, ec);
-    if (ec) {
-        *why = "cannot prepare " + root + ": " + ec.message();
-        return false;
-    }
+std::string root; // the bench's own product root, seen at AV_PRODUCT_ROOT
+
+bool commands_ready() {
     std::ofstream out(root + "/conduvia/config/commands", std::ios::trunc);
     for (int i = 0; i < LINES; i++)
         out << "/usr/local/bin/command-" << (i * 7919) % LINES << " --option " << i << "\n";
@@ -120,16 +104,15 @@ void stop(Session *s) {
 }
 
 void BM_CommandsScreen10000(benchmark::State &state) {
-    std::string why;
-    if (!sandbox_ready(&why)) {
-        state.SkipWithError(why.c_str());
+    if (!commands_ready()) {
+        state.SkipWithError("cannot write the commands file");
         return;
     }
     double idle_ms = 0, open_ms = 0, add_ms = 0, save_entry_ms = 0, end_ms = 0, save_ms = 0;
     int runs = 0;
     for (auto _ : state) {
         state.PauseTiming();
-        sandbox_ready(&why); // every run starts from the same file
+        commands_ready(); // every run starts from the same file
         Session s;
         if (!start(&s)) {
             stop(&s);
@@ -174,4 +157,16 @@ BENCHMARK(BM_CommandsScreen10000)->Iterations(3)->Unit(benchmark::kMillisecond);
 
 } // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char **argv) {
+    std::string why;
+    root = bench_root::enter(&why);
+    if (root.empty()) {
+        fprintf(stderr, "bench_editor: %s\n", why.c_str());
+        return 1;
+    }
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    bench_root::leave(root);
+    return 0;
+}

@@ -31,10 +31,16 @@ add_custom_target(avconfig_man ALL DEPENDS ${AV_MAN_PAGE})
 install(FILES ${AV_MAN_PAGE} DESTINATION ${AV_MAN8_DIR}
         PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 
+# The configuration files live where Debian keeps configuration, as
+# conffiles of the package; the program's configuration directory is a link
+# there, so its paths do not change.
+set(AV_ETC_CONFIG_DIR /etc/ardovane/conduvia CACHE PATH
+    "Where the configuration files are installed; <product root>/conduvia/config links there")
+
 # The configuration files belong to the administrator: create empty ones
 # where none exist, never touch one that does. ipaddr gets the mode the
 # program itself gives it on every save, so the first save changes nothing.
-install(DIRECTORY DESTINATION ${AV_CONFIG_DIR})
+install(DIRECTORY DESTINATION ${AV_ETC_CONFIG_DIR})
 foreach(name ${AV_CONFIG_FILES})
   if(name STREQUAL "ipaddr")
     set(mode OWNER_READ OWNER_WRITE GROUP_READ GROUP_WRITE WORLD_READ WORLD_WRITE)
@@ -42,7 +48,7 @@ foreach(name ${AV_CONFIG_FILES})
     set(mode OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
   endif()
   install(CODE "
-    set(av_file \"\$ENV{DESTDIR}${AV_CONFIG_DIR}/${name}\")
+    set(av_file \"\$ENV{DESTDIR}${AV_ETC_CONFIG_DIR}/${name}\")
     if(EXISTS \"\${av_file}\" OR IS_SYMLINK \"\${av_file}\")
       message(STATUS \"Keeping: \${av_file}\")
     else()
@@ -52,6 +58,44 @@ foreach(name ${AV_CONFIG_FILES})
     endif()
   ")
 endforeach()
+# An installation that predates the link has a real directory there, with
+# the administrator's files in it: it stays, and the program goes on using it.
+install(CODE "
+  set(av_link \"\$ENV{DESTDIR}${AV_CONFIG_DIR}\")
+  if(IS_DIRECTORY \"\${av_link}\" AND NOT IS_SYMLINK \"\${av_link}\")
+    message(STATUS \"Keeping the directory \${av_link}: its configuration files stay in use\")
+  else()
+    message(STATUS \"Linking: \${av_link} -> ${AV_ETC_CONFIG_DIR}\")
+    file(CREATE_LINK ${AV_ETC_CONFIG_DIR} \"\${av_link}\" SYMBOLIC)
+  endif()
+")
+
+# Copyright, changelog (checked against the version here) and the reasons for
+# what lintian is told to accept.
+set(AV_DOC_DIR /usr/share/doc/avconfig)
+file(STRINGS ${PROJECT_SOURCE_DIR}/data/changelog av_changelog_top LIMIT_COUNT 1)
+if(NOT av_changelog_top MATCHES "^avconfig \\(${PROJECT_VERSION}\\) ")
+  message(FATAL_ERROR "data/changelog does not begin with version ${PROJECT_VERSION}")
+endif()
+set(AV_CHANGELOG ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz)
+add_custom_command(
+  OUTPUT ${AV_CHANGELOG}
+  COMMAND gzip -9 -n -c ${PROJECT_SOURCE_DIR}/data/changelog > ${AV_CHANGELOG}
+  DEPENDS ${PROJECT_SOURCE_DIR}/data/changelog
+  VERBATIM)
+add_custom_target(avconfig_changelog ALL DEPENDS ${AV_CHANGELOG})
+install(FILES ${PROJECT_SOURCE_DIR}/data/copyright ${AV_CHANGELOG} DESTINATION ${AV_DOC_DIR}
+        PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+
+string(REGEX REPLACE "^/" "" av_ipaddr ${AV_ETC_CONFIG_DIR}/ipaddr)
+set(AV_LINTIAN_OVERRIDES ${CMAKE_CURRENT_BINARY_DIR}/lintian-overrides)
+file(WRITE ${AV_LINTIAN_OVERRIDES}
+"# The PC Conduvia software reads and updates the name-to-IP table as the
+# users it runs for, and the program gives the file mode 0666 on every save.
+avconfig: non-standard-file-perm 0666 != 0644 [${av_ipaddr}]
+")
+install(FILES ${AV_LINTIAN_OVERRIDES} DESTINATION /usr/share/lintian/overrides
+        RENAME avconfig PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 
 # ---- Debian package -----------------------------------------------------------
 # Absolute destinations need CPack to stage through DESTDIR.
@@ -62,8 +106,8 @@ set(CPACK_INSTALL_PREFIX /usr)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME avconfig)
-set(CPACK_PACKAGE_VENDOR "Ardovane")
-set(CPACK_PACKAGE_CONTACT "Ardovane PC Conduvia team <conduvia@localhost>")
+set(CPACK_PACKAGE_VENDOR "Ardovane Systems Ltd.")
+set(CPACK_PACKAGE_CONTACT "Ardovane PC Conduvia team <conduvia@ardovane.com>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "configuration program of Ardovane PC Conduvia")
 # The summary is the synopsis line; CPack indents every line of the body.
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
@@ -75,14 +119,17 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${CPACK_PACKAGE_CONTACT}")
 set(CPACK_DEBIAN_PACKAGE_SECTION admin)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "libc6, libstdc++6, libgcc-s1")
+# Depends from what the binary links (dpkg-shlibdeps).
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_STRIP_FILES ON)
 
-# Marked as conffiles so that upgrades keep the administrator's edits.
+# Conffiles: dpkg keeps the administrator's edits over upgrades and
+# reinstalls, and removes the files on purge.
 set(AV_CONFFILES_FILE ${CMAKE_CURRENT_BINARY_DIR}/debian/conffiles)
 set(av_conffiles "")
 foreach(name ${AV_CONFIG_FILES})
-  string(APPEND av_conffiles "${AV_CONFIG_DIR}/${name}\n")
+  string(APPEND av_conffiles "${AV_ETC_CONFIG_DIR}/${name}\n")
 endforeach()
 file(WRITE ${AV_CONFFILES_FILE} "${av_conffiles}")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${AV_CONFFILES_FILE})

@@ -225,6 +225,15 @@ const std::map<std::string, std::string> key_bytes = {
 
 } // namespace
 
+std::vector<std::string> harness_command() {
+    const char *program = getenv("AV_E2E_PROGRAM");
+    if (program == nullptr || program[0] == '\0')
+        return {AV_BINARY};
+    if (AV_E2E_RUNNER[0] == '\0')
+        return {program};
+    return {AV_E2E_RUNNER, "-E", "LD_PRELOAD=" AV_E2E_PRELOAD, program};
+}
+
 std::string harness_new_root() {
     std::error_code ec;
     std::string root = std::string(AV_E2E_ROOTS_DIR) + "/root-XXXXXX";
@@ -258,7 +267,9 @@ Harness *harness_start(const HarnessOptions &options) {
     fs::create_directories(AV_PRODUCT_ROOT, ec); // else the mount in the child says why
 
     // Built before fork: the child only calls async-signal-safe functions.
-    std::vector<std::string> args = {options.program.empty() ? AV_BINARY : options.program};
+    std::vector<std::string> args = harness_command();
+    if (!options.program.empty())
+        args = {options.program};
     args.insert(args.end(), options.args.begin(), options.args.end());
     std::vector<std::string> env = options.env;
     if (std::none_of(env.begin(), env.end(),
@@ -447,6 +458,9 @@ bool harness_cursor_visible(Harness *h) {
 }
 int harness_bells(Harness *h) {
     return h->bells;
+}
+int harness_pid(Harness *h) {
+    return h->pid;
 }
 const std::string &harness_output(Harness *h) {
     return h->output;

@@ -9,7 +9,7 @@
 #include <vector>
 
 struct HarnessOptions {
-    std::string program{};           // default: the built avconfig
+    std::string program{};           // default: harness_command()
     std::vector<std::string> args{}; // argv[1..]
     std::vector<std::string> env{};  // the whole environment, plus TERM=xterm
                                      // unless given ("TERM" alone: no TERM)
@@ -22,6 +22,11 @@ struct HarnessOptions {
 
 struct Harness; // opaque
 
+// The program under test as a command: $AV_E2E_PROGRAM (the same program
+// built for 32-bit x86), run through the emulator AV_E2E_RUNNER with
+// termio_shim.c where this machine cannot run it itself; else the avconfig
+// of this build.
+std::vector<std::string> harness_command();
 // A fresh product root: the shipped termdef and an empty conduvia/config.
 std::string harness_new_root();
 // nullptr (and a failed test) if it cannot start; a failed exec shows why on
@@ -56,6 +61,7 @@ bool harness_reverse(Harness *h, int row, int column);
 std::pair<int, int> harness_cursor(Harness *h); // (row, column)
 bool harness_cursor_visible(Harness *h);
 int harness_bells(Harness *h);                 // BEL bytes seen so far
+int harness_pid(Harness *h);                   // the program's process
 const std::string &harness_output(Harness *h); // every byte the program wrote
 
 // Exit status (0..255), 128+signal when killed, or -1 on timeout.

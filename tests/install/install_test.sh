@@ -15,15 +15,19 @@ fail() {
     failures=$((failures + 1))
 }
 
-# Every file the installation must produce, and nothing else.
+# Every file and link the installation must produce, and nothing else.
 expected_files() {
     printf '%s\n' \
-        usr/lib/ardovane/conduvia/config/commands \
-        usr/lib/ardovane/conduvia/config/env \
-        usr/lib/ardovane/conduvia/config/ipaddr \
+        etc/ardovane/conduvia/commands \
+        etc/ardovane/conduvia/env \
+        etc/ardovane/conduvia/ipaddr \
+        usr/lib/ardovane/conduvia/config \
         usr/lib/ardovane/conduvia/doc \
         usr/lib/ardovane/termdef \
         usr/sbin/avconfig \
+        usr/share/doc/avconfig/changelog.gz \
+        usr/share/doc/avconfig/copyright \
+        usr/share/lintian/overrides/avconfig \
         usr/share/man/man8/avconfig.8.gz
 }
 
@@ -55,11 +59,13 @@ if [ "$got" != "$(expected_files)" ]; then
 fi
 
 [ "$(stat -c %a "$dest/usr/sbin/avconfig")" = 755 ] || fail "avconfig mode is not 0755"
-[ -d "$dest/usr/lib/ardovane/conduvia/config" ] || fail "config directory missing"
+link=$(readlink "$dest/usr/lib/ardovane/conduvia/config")
+[ "$link" = /etc/ardovane/conduvia ] || fail "config links to '$link'"
 for f in ipaddr commands env; do
-    [ -f "$dest/usr/lib/ardovane/conduvia/config/$f" ] && [ ! -s "$dest/usr/lib/ardovane/conduvia/config/$f" ] ||
+    [ -f "$dest/etc/ardovane/conduvia/$f" ] && [ ! -s "$dest/etc/ardovane/conduvia/$f" ] ||
         fail "config/$f is not an empty file"
 done
+[ "$(stat -c %a "$dest/etc/ardovane/conduvia/ipaddr")" = 666 ] || fail "ipaddr mode is not 0666"
 cmp -s "$src/data/doc" "$dest/usr/lib/ardovane/conduvia/doc" || fail "doc differs from data/doc"
 cmp -s "$src/data/termdef" "$dest/usr/lib/ardovane/termdef" || fail "termdef differs from data/termdef"
 gzip -dc "$dest/usr/share/man/man8/avconfig.8.gz" | cmp -s - "$src/data/avconfig.8" ||
@@ -70,7 +76,7 @@ version=$("$dest/usr/sbin/avconfig" -qv 2>&1)
 [ "$version" = "Program Version: 03.00.00" ] || fail "installed avconfig -qv printed '$version'"
 
 # ---- reinstall over an administrator's configuration ---------------------------
-cfg=$dest/usr/lib/ardovane/conduvia/config
+cfg=$dest/etc/ardovane/conduvia
 printf '%-15s %-15s  %-25s %d\n' sales 192.168.1.20 "" 0 >"$cfg/ipaddr"
 printf 'ls -l\n' >"$cfg/commands"
 printf 'TZ=UTC\nLANG=C' >"$cfg/env" # no final newline: must survive as is
@@ -89,8 +95,22 @@ done
 [ "$(stat -c %a "$cfg/env")" = 600 ] || fail "reinstall changed the mode of config/env"
 cmp -s "$src/data/doc" "$dest/usr/lib/ardovane/conduvia/doc" || fail "reinstall did not update doc"
 
+# ---- install over one that predates the link: its directory stays in use --------
+old=$work/old
+rm -rf "$old"
+mkdir -p "$old/usr/lib/ardovane/conduvia/config"
+printf 'ls -l\n' >"$old/usr/lib/ardovane/conduvia/config/commands"
+if ! make -s -C "$src" install RELEASE_BUILD="$release" DESTDIR="$old" >"$work/install3.log" 2>&1; then
+    cat "$work/install3.log"
+    fail "make install over an old layout failed"
+fi
+[ ! -L "$old/usr/lib/ardovane/conduvia/config" ] &&
+    [ "$(cat "$old/usr/lib/ardovane/conduvia/config/commands")" = "ls -l" ] ||
+    fail "install over an old layout replaced its configuration directory"
+
 # ---- Debian package ------------------------------------------------------------
 rm -f "$release"/*.deb
+# make package fails on any lintian error or warning that is not overridden.
 if ! make -s -C "$src" package RELEASE_BUILD="$release" >"$work/package.log" 2>&1; then
     cat "$work/package.log"
     fail "make package failed"
@@ -105,6 +125,8 @@ deb=${debs[0]}
 
 listing=$(dpkg-deb -c "$deb") || fail "dpkg-deb -c failed"
 packaged=$(echo "$listing" | awk '$1 !~ /^d/ {print $6}' | sed 's|^\./||' | sort)
+[ "$(echo "$listing" | awk '$6 == "./usr/lib/ardovane/conduvia/config" {print $1, $8}')" = \
+    "lrwxrwxrwx /etc/ardovane/conduvia" ] || fail "packaged config is not a link to /etc/ardovane/conduvia"
 if [ "$packaged" != "$(expected_files)" ]; then
     fail "packaged files differ:"
     diff <(expected_files) <(echo "$packaged")
@@ -120,29 +142,51 @@ want_dirs=$(expected_files | while read -r f; do
 done | sort -u)
 [ "$dirs" = "$want_dirs" ] || fail "packaged directories differ: $(diff <(echo "$want_dirs") <(echo "$dirs"))"
 for f in ipaddr commands env; do
-    size=$(echo "$listing" | awk -v p="./usr/lib/ardovane/conduvia/config/$f" '$6 == p {print $3}')
+    size=$(echo "$listing" | awk -v p="./etc/ardovane/conduvia/$f" '$6 == p {print $3}')
     [ "$size" = 0 ] || fail "packaged config/$f is not empty (size '$size')"
 done
+mode=$(echo "$listing" | awk '$6 == "./etc/ardovane/conduvia/ipaddr" {print $1}')
+[ "$mode" = "-rw-rw-rw-" ] || fail "packaged ipaddr has mode $mode"
 mode=$(echo "$listing" | awk '$6 == "./usr/sbin/avconfig" {print $1}')
 [ "$mode" = "-rwxr-xr-x" ] || fail "packaged avconfig has mode $mode"
 
 conffiles=$(dpkg-deb -I "$deb" conffiles 2>&1)
-want_conffiles=$(printf '%s\n' /usr/lib/ardovane/conduvia/config/ipaddr \
-    /usr/lib/ardovane/conduvia/config/commands /usr/lib/ardovane/conduvia/config/env)
+want_conffiles=$(printf '%s\n' /etc/ardovane/conduvia/ipaddr \
+    /etc/ardovane/conduvia/commands /etc/ardovane/conduvia/env)
 [ "$(echo "$conffiles" | sort)" = "$(echo "$want_conffiles" | sort)" ] ||
     fail "conffiles are '$conffiles'"
 
 [ "$(dpkg-deb -f "$deb" Package)" = avconfig ] || fail "package name is not avconfig"
+# Depends as computed from the binary: the C library, nothing else.
 depends=$(dpkg-deb -f "$deb" Depends)
-case "$depends" in
-*libc6*libstdc++6* | *libstdc++6*libc6*) ;;
-*) fail "Depends is '$depends'" ;;
-esac
-[ -n "$(dpkg-deb -f "$deb" Maintainer)" ] || fail "no Maintainer"
+[[ "$depends" =~ ^libc6\ \(\>=\ [0-9.]+\)$ ]] || fail "Depends is '$depends'"
+[ "$(dpkg-deb -f "$deb" Maintainer)" = "Ardovane PC Conduvia team <conduvia@ardovane.com>" ] ||
+    fail "Maintainer is '$(dpkg-deb -f "$deb" Maintainer)'"
 # Every continuation line of the description must start with exactly one blank.
 dpkg-deb -f "$deb" Description >/dev/null || fail "control file does not parse"
 bad=$(dpkg-deb -I "$deb" control | awk '/^Description:/ {d = 1; next} d && /^[^ ]/ {d = 0} d && /^   / {print}')
 [ -z "$bad" ] || fail "description lines indented twice: $bad"
+
+# ---- dpkg into a root of its own: edits survive a reinstall, purge removes them ----
+# No maintainer scripts, so dpkg needs no chroot; the libc dependency is not
+# in that root.
+droot=$work/dpkg-root
+rm -rf "$droot"
+mkdir -p "$droot/var/lib/dpkg/info" "$droot/var/lib/dpkg/updates"
+touch "$droot/var/lib/dpkg/status"
+dpkg_root() {
+    dpkg --root="$droot" --log="$work/dpkg.log" --force-depends --force-not-root "$@" \
+        >>"$work/dpkg.out" 2>&1 || fail "dpkg $* failed: $(tail -n 5 "$work/dpkg.out")"
+}
+dpkg_root -i "$deb"
+[ "$(readlink "$droot/usr/lib/ardovane/conduvia/config")" = /etc/ardovane/conduvia ] ||
+    fail "dpkg did not make the config link"
+echo "ls -l" >"$droot/etc/ardovane/conduvia/commands"
+dpkg_root --force-confold -i "$deb"
+[ "$(cat "$droot/etc/ardovane/conduvia/commands" 2>&1)" = "ls -l" ] || fail "reinstall lost an edit"
+dpkg_root --purge avconfig
+[ ! -e "$droot/etc/ardovane" ] && [ ! -e "$droot/usr/lib/ardovane" ] ||
+    fail "purge left: $(cd "$droot" && find etc usr 2>/dev/null)"
 
 if [ "$failures" -ne 0 ]; then
     echo "$failures check(s) failed"
