@@ -163,7 +163,10 @@ int win_create(int parent, const char *name, int row, int column, int rows, int 
     Window *up = nullptr;
     if (!making_screen) {
         up = win_lookup(parent);
-        if (!up) {
+        // The id just taken is not yet a window: naming it as the parent
+        // would make the window its own parent, and every walk up the
+        // parents would then never end.
+        if (!up || up == w) {
             undo_create(id, w);
             return -1;
         }

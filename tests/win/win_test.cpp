@@ -67,8 +67,12 @@ TEST(WinIds, QueueFullTableAndFailedCreations) {
     EXPECT_EQ(win_create(-1, "c", 0, 0, 1, 1), 1);
     EXPECT_EQ(win_create(-1, "full", 0, 0, 1, 1), -1);
     EXPECT_EQ(win_destroy(50), 0);
-    const int bad[][5] = {
-        {-1, 0, 0, 0, 5}, {-2, 0, 0, 1, 1}, {100, 0, 0, 1, 1}, {-1, 24, 0, -1, 5}};
+    // 50 is the id about to be taken: no window can be its own parent.
+    const int bad[][5] = {{-1, 0, 0, 0, 5},
+                          {-2, 0, 0, 1, 1},
+                          {100, 0, 0, 1, 1},
+                          {-1, 24, 0, -1, 5},
+                          {50, 0, 0, 1, 1}};
     for (const auto &b : bad)
         EXPECT_EQ(win_create(b[0], "bad", b[1], b[2], b[3], b[4]), -1) << b[0] << " " << b[1];
     EXPECT_EQ(win_create(-1, "again", 0, 0, 1, 1), 50) << "failed creations gave the id back";
