@@ -29,6 +29,8 @@ TEST(EditorsLines, Sessions) {
         std::string after;
     };
     const std::string max = "The maximum number of variables has been reached (100).";
+    // Lines that would drive the terminal if shown as they are, sorted.
+    const std::string hostile = "\233?1h\n\2352;C1\234\n\033[?1h\n\033]0;PWNED\007\ncat\r\033[2J\n";
     const std::vector<Case> cases = {
         {"cancel writes nothing", false, ABSENT, {{"als{F6}{Esc}", "Lose all"}, {"y"}}, ABSENT},
         {"add creates the file", false, ABSENT, {{"als -l{F6}{F6}"}}, "ls -l\n"},
@@ -38,6 +40,12 @@ TEST(EditorsLines, Sessions) {
          "zcat\nBeta\n\na\nls",
          {{"aLS{F6}{F6}"}},
          "\na\nBeta\nLS\nls\nzcat\n"},
+        {"control bytes shown as stand-ins",
+         false,
+         hostile,
+         {{"", "?]0;PWNED?", shows({"??1h", "?2;C1?", "?[?1h", "cat??[2J"})}, {"{Esc}"}},
+         hostile},
+        {"control bytes saved as read", false, hostile, {{"aw{F6}{F6}"}}, hostile + "w\n"},
         {"duplicate", false, "ls\n", refused("ls", "An entry for this item already exists."),
          "ls\n"},
         {"blank command", false, ABSENT, refused("   ", "Cannot save empty field."), ABSENT},
