@@ -11,7 +11,7 @@
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    size = fuzz_first_lines(data, size, 48);
+    size = fuzz_first_lines(data, size, 16);
     std::vector<std::string> want;
     std::string piece;
     size_t taken = 0;

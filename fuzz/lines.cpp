@@ -8,7 +8,7 @@
 #include <cstring>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    size = fuzz_first_lines(data, size, 48);
+    size = fuzz_first_lines(data, size, 16);
     FILE *file = fuzz_memory_file(data, size);
     List *list = list_create(25);
     char msg[AV_MSG_MAX];

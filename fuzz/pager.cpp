@@ -69,7 +69,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     finished = false;
     key_set_source(key_source);
 
-    FILE *file = fuzz_memory_file(data, fuzz_first_lines(data, document, 64));
+    FILE *file = fuzz_memory_file(data, fuzz_first_lines(data, document, 32));
     List *lines = list_create(25);
     char msg[AV_MSG_MAX];
     if (read_line_stream(file, "doc", lines, "", msg) < 0)

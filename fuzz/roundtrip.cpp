@@ -57,7 +57,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const uint8_t *file_bytes = data + 1;
     const uint8_t *last = static_cast<const uint8_t *>(memrchr(data + 1, 0xff, size - 1));
     size_t file_size = last ? static_cast<size_t>(last - file_bytes) : size - 1;
-    file_size = fuzz_first_lines(file_bytes, file_size, 48);
+    file_size = fuzz_first_lines(file_bytes, file_size, 16);
     std::string added =
         last ? field_text(last + 1, size - static_cast<size_t>(last + 1 - data), 76) : "";
     bool ip = mode & 1;
