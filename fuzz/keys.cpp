@@ -1,36 +1,11 @@
 // Fuzzes the key table and reader: the input is a few sequences to bind
 // (separated by 0xFE, up to the first 0xFF) and then the bytes the terminal
 // sends, handed to the reader from memory in the bursts a read could give.
+#include "fuzz_keys.h"
 #include "term/term.h"
 
 #include <cstdint>
 #include <cstring>
-
-namespace {
-
-const uint8_t *input;
-size_t input_left;
-size_t burst; // bytes per read, from the input
-bool finished;
-
-// The input in bursts, then one last byte in a read of its own: once the
-// reader has returned its key, nothing is left buffered for the next input.
-long source(unsigned char *buffer, size_t room) {
-    if (input_left == 0) {
-        buffer[0] = 'x';
-        finished = true;
-        return 1;
-    }
-    size_t n = input_left < room ? input_left : room;
-    if (n > burst)
-        n = burst;
-    memcpy(buffer, input, n);
-    input += n;
-    input_left -= n;
-    return static_cast<long>(n);
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     term_reset();
@@ -51,15 +26,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         }
         start = i + 1;
     }
-    input = end ? end + 1 : data;
-    input_left = size - static_cast<size_t>(input - data);
-    burst = size > 0 ? data[0] % 16 + 1 : 1;
-    size_t total = input_left + 1;
-    finished = false;
-    key_set_source(source);
-    for (size_t keys = 1; !finished; keys++) {
+    const uint8_t *input = end ? end + 1 : data;
+    size_t total = size - static_cast<size_t>(input - data);
+    fuzz_type(input, total, size > 0 ? data[0] % 16 + 1 : 1);
+    for (size_t keys = 1; !fuzz_keys_finished; keys++) {
         int code = key_read();
-        if (code <= 0 || keys > total)
+        if (code <= 0 || keys > total + 1)
             __builtin_trap(); // NUL returned, or more keys than bytes
     }
     key_set_source(nullptr);

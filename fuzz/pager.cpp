@@ -1,9 +1,10 @@
 // A document as the documentation viewer reads it, shown in a pager and
 // scrolled by keys: after three bytes of geometry, the bytes up to the first
-// 0xFF are the document, the rest the keys typed. Each text row must then show its line
-// cut and padded to the width (control bytes as stand-ins), the marks must
-// match the position, and no control byte may reach the terminal.
+// 0xFF are the document, the rest the keys typed. Each text row must then
+// show its line cut and padded to the width (control bytes as stand-ins), the
+// marks must match the position, and no control byte may reach the terminal.
 #include "forms/forms.h"
+#include "fuzz_keys.h"
 #include "fuzz_memory.h"
 #include "fuzz_screen.h"
 #include "support/support.h"
@@ -11,26 +12,6 @@
 #include <cstdint>
 
 namespace {
-
-const uint8_t *keys;
-size_t keys_left;
-bool finished; // the closing "x" was handed out
-
-// The typed keys, then "x", which the pager hands back to its screen. The
-// "x" comes in a read of its own, so that nothing is left buffered for the
-// next input once it has been read.
-long key_source(unsigned char *buffer, size_t room) {
-    if (keys_left == 0) {
-        buffer[0] = 'x';
-        finished = true;
-        return 1;
-    }
-    size_t n = keys_left < room ? keys_left : room;
-    memcpy(buffer, keys, n);
-    keys += n;
-    keys_left -= n;
-    return static_cast<long>(n);
-}
 
 // A "#" in want (marks only) stands for a line piece.
 void expect_row(int window, int row, int column, const std::string &want, int attribute,
@@ -62,12 +43,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     fuzz_sent.clear();
     const uint8_t *end = static_cast<const uint8_t *>(memchr(data, 0xff, size));
     size_t document = end ? static_cast<size_t>(end - data) : size;
-    keys = end ? end + 1 : data + size;
-    keys_left = size - static_cast<size_t>(keys - data);
-    if (keys_left > 4)
-        keys_left = 4; // each scroll redraws and refreshes every row
-    finished = false;
-    key_set_source(key_source);
+    const uint8_t *keys = end ? end + 1 : data + size;
+    size_t typed = size - static_cast<size_t>(keys - data);
+    fuzz_type(keys, typed < 4 ? typed : 4, 256); // each scroll redraws every row
 
     FILE *file = fuzz_memory_file(data, fuzz_first_lines(data, document, 32));
     List *lines = list_create(25);
@@ -99,7 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     int key;
     do
         key = pager_run(&pager, lines);
-    while (key != 'x' || !finished);
+    while (key != 'x' || !fuzz_keys_finished);
 
     for (int r = 0; r < pager.rows; r++) {
         int i = pager.top + r;
