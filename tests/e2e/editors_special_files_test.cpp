@@ -5,19 +5,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <chrono>
-
 #include "editors_helpers.h"
 #include "support/paths.h"
 
 using namespace editors_e2e;
 
 namespace {
-
-long elapsed_ms(std::chrono::steady_clock::time_point since) {
-    using namespace std::chrono;
-    return duration_cast<milliseconds>(steady_clock::now() - since).count();
-}
 
 TEST(EditorsSpecialFiles, OpenFailureAtOnceAndTheProgramGoesOn) {
     using Make = int (*)(const std::string &path);
@@ -43,12 +36,10 @@ TEST(EditorsSpecialFiles, OpenFailureAtOnceAndTheProgramGoesOn) {
         ASSERT_NE(h, nullptr);
         ASSERT_TRUE(harness_wait_text(h, MENU_TEXT));
         for (const auto &screen : screens) {
-            auto start = std::chrono::steady_clock::now();
             harness_type(h, screen[0]);
-            // Before, a FIFO held the program for good and /dev/zero filled
-            // its memory.
+            // Within a second; before, a FIFO held the program for good and
+            // /dev/zero filled its memory.
             EXPECT_TRUE(harness_wait_text(h, screen[1], 1000)) << kind << "\n" << harness_screen(h);
-            EXPECT_LT(elapsed_ms(start), 1000) << kind << " " << screen[1];
             press(h, screen[2]);
             EXPECT_TRUE(harness_wait_text(h, screen[3])) << kind << " " << screen[1];
             press(h, screen[4]);
