@@ -13,7 +13,11 @@ BUILD := build
 ASAN_BUILD := build-asan
 FUZZ_BUILD := build-fuzz
 RELEASE_BUILD := build-release
-FUZZ_SECONDS ?= 15
+# Seconds per target: the smoke run in make test (CI), and make fuzz.
+FUZZ_SMOKE_SECONDS ?= 8
+FUZZ_SECONDS ?= 60
+# make fuzz FUZZ_RUNS=10000000: stop each target after that many executions.
+FUZZ_RUNS ?= -1
 SANDBOX := $(CURDIR)/$(BUILD)/root
 # What building and running the program needs: a fresh Debian 12 has only make.
 RUN_PACKAGES := cmake ninja-build g++
@@ -31,7 +35,7 @@ BUILD_OPTIONS ?=
 CONFIGURE = $(CMAKE) -G Ninja -Wno-dev
 
 .PHONY: all deps deps-run deps-package build build-asan build-fuzz test unit-test asan-test \
-        fuzz-smoke bench run sandbox release install package clean
+        fuzz-smoke fuzz bench run sandbox release install package clean
 
 all: build
 
@@ -68,14 +72,12 @@ build-fuzz:
 
 # Each fuzz target runs briefly from its seed corpus (fuzz/corpus/<name>, if any).
 fuzz-smoke: build-fuzz
-	@set -e; for f in $(FUZZ_BUILD)/fuzz/fuzz_*; do \
-	    [ -x "$$f" ] || continue; name=$${f##*/fuzz_}; \
-	    work=$(FUZZ_BUILD)/corpus/$$name; mkdir -p $$work; \
-	    seeds=; [ -d fuzz/corpus/$$name ] && seeds=fuzz/corpus/$$name; \
-	    echo "fuzz smoke: $$name ($(FUZZ_SECONDS) s)"; \
-	    $$f -max_total_time=$(FUZZ_SECONDS) -timeout=10 -rss_limit_mb=2048 -print_final_stats=0 \
-	        $$work $$seeds > $(FUZZ_BUILD)/$$name.log 2>&1 || { tail -n 40 $(FUZZ_BUILD)/$$name.log; exit 1; }; \
-	done
+	tools/fuzz_run.sh $(FUZZ_BUILD) $(FUZZ_SMOKE_SECONDS)
+
+# Every target for FUZZ_SECONDS (or FUZZ_RUNS executions), with a table of
+# executions, speed and findings.
+fuzz: build-fuzz
+	tools/fuzz_run.sh $(FUZZ_BUILD) $(FUZZ_SECONDS) $(FUZZ_RUNS)
 
 unit-test: BUILD_OPTIONS = $(TEST_OPTIONS)
 unit-test: build

@@ -101,6 +101,13 @@ int app_main(int argc, char **argv) {
         print_search_places();
         return refuse("\n");
     }
+    // A description that links on and on (or back to itself) was cut at the
+    // link limit: it still drives the screen, but say so rather than lose
+    // capabilities silently.
+    if (tc_links_cut())
+        printf("avconfig: the description of terminal '%s' has too many 'tc' links; "
+               "capabilities beyond them are ignored\n",
+               term_state.term_name);
     // term_init cannot tell whether the mode was read; a program whose input
     // is not a terminal has no mode to set or to put back.
     if (!isatty(0))

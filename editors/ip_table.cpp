@@ -20,20 +20,11 @@ void ip_take_column(const char *line, int length, int offset, int width, char *o
 }
 
 void ip_load(List *list) {
-    FILE *file = fopen(AV_PATH_IPADDR, "r");
+    // No table yet (or something that is not a file): the screen opens empty.
+    FILE *file = open_regular_file(AV_PATH_IPADDR);
     if (file == nullptr)
-        return; // no table yet: the screen opens empty
-    char piece[150];
-    char line[TABLE_LINE_MAX];
-    char msg[AV_MSG_MAX];
-    while (fgets(piece, sizeof piece, file) != nullptr) {
-        size_t length = strlen(piece);
-        if (length > 0 && piece[length - 1] == '\n')
-            piece[length - 1] = '\0';
-        snprintf(line, sizeof line, "%-60s", piece);
-        if (list_add_string(line, list, msg) != 0)
-            break;
-    }
+        return;
+    ip_read_table(file, list);
     fclose(file);
 }
 
@@ -147,6 +138,17 @@ void ip_parse_line(const char *line, IpEntry *entry) {
             entry->kind = 1;
         else if (length > 59 && line[59] == '2')
             entry->kind = 2;
+    }
+}
+
+void ip_read_table(FILE *file, List *list) {
+    char piece[LINE_PIECE_MAX + 1];
+    char line[TABLE_LINE_MAX];
+    char msg[AV_MSG_MAX];
+    while (read_line_piece(file, piece) > 0) {
+        snprintf(line, sizeof line, "%-60s", piece);
+        if (list_add_string(line, list, msg) != 0)
+            break;
     }
 }
 

@@ -1,29 +1,19 @@
 // Arbitrary bytes as a line file: read, sort, find and destroy must never
 // misbehave, and the entries must survive the sort.
+#include "fuzz_memory.h"
 #include "support/support.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <unistd.h>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    static char path[] = "/tmp/avfuzzlinesXXXXXX";
-    static int fd = -1;
-    if (fd < 0) {
-        fd = mkstemp(path);
-        if (fd < 0) {
-            abort();
-        }
-        atexit([] { unlink(path); });
-    }
-    if (ftruncate(fd, 0) != 0 || pwrite(fd, data, size, 0) != static_cast<ssize_t>(size)) {
-        abort();
-    }
+    size = fuzz_first_lines(data, size, 16);
+    FILE *file = fuzz_memory_file(data, size);
     List *list = list_create(25);
     char msg[AV_MSG_MAX];
-    int longest = read_line_file(path, list, "", msg);
+    int longest = read_line_stream(file, "lines", list, "", msg);
+    fclose(file);
     if (longest < 0 || longest > 149) {
         abort();
     }

@@ -1,45 +1,22 @@
 // Fuzzes the description reader and the lookups: the bytes are a
-// description file; a few entry names and capabilities are looked up.
+// description file, read from memory; a few entry names and capabilities
+// are looked up and the output strings settled.
+#include "fuzz_memory.h"
 #include "term/term.h"
+#include "term/term_internal.h"
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <unistd.h>
-
-namespace {
-
-char path[64];
-
-void remove_temp() {
-    unlink(path);
-}
-
-const char *temp_path() {
-    if (!path[0]) {
-        snprintf(path, sizeof path, "/tmp/fuzz_termdef_%d", static_cast<int>(getpid()));
-        setenv("AVTERMCAP", path, 1);
-        atexit(remove_temp);
-    }
-    return path;
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    const char *path = temp_path();
-    FILE *f = fopen(path, "w");
-    if (!f)
-        return 0;
-    fwrite(data, 1, size, f);
-    fclose(f);
     const char *names[] = {"t", "xterm", "a-b", ""};
-    setenv("AVTERM", names[size % 4], 1);
     term_reset();
-    TermState state{};
-    if (term_init(0, &state) != 0)
+    FILE *file = fuzz_memory_file(data, size);
+    int found = tc_read_entry_stream(file, names[size % 4]);
+    fclose(file);
+    if (!found)
         return 0;
+    term_settle_motion();
     tc_flag("bs");
     tc_num("li");
     tc_num("FS");

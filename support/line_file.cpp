@@ -7,8 +7,6 @@
 
 namespace {
 
-// A file is read in pieces of at most this many characters (newline included).
-constexpr int PIECE_MAX = 149;
 // Every entry is carried in a block of this size while sorting.
 constexpr int SORT_BLOCK = 256;
 
@@ -32,66 +30,62 @@ int compare_strings(const void *key, const void *data, int limit) {
 
 } // namespace
 
+int read_line_piece(FILE *file, char *piece) {
+    int taken = 0; // characters of the file in this piece
+    int length = 0;
+    int c = EOF;
+    while (taken < LINE_PIECE_MAX && (c = getc(file)) != EOF) {
+        taken++;
+        if (c == '\n') {
+            break;
+        }
+        if (c != '\0') {
+            piece[length++] = static_cast<char>(c);
+        }
+    }
+    piece[length] = '\0';
+    return taken;
+}
+
 int read_line_file(const char *path, List *list, const char *prefix, char *msg) {
-    if (prefix == nullptr) {
-        prefix = "";
-    }
-    FILE *file = path != nullptr ? fopen(path, "r") : nullptr;
-    struct stat status;
-    // fopen of a directory succeeds on Linux; it has no lines to give.
-    if (file != nullptr && (fstat(fileno(file), &status) != 0 || S_ISDIR(status.st_mode))) {
-        fclose(file);
-        file = nullptr;
-    }
+    FILE *file = open_regular_file(path);
     if (file == nullptr) {
         message_path(msg, "Could not open: %s", path != nullptr ? path : "");
         return -1;
     }
+    int longest = read_line_stream(file, path, list, prefix, msg);
+    fclose(file);
+    return longest;
+}
+
+int read_line_stream(FILE *file, const char *path, List *list, const char *prefix, char *msg) {
+    if (prefix == nullptr) {
+        prefix = "";
+    }
     size_t prefix_length = strlen(prefix);
-    char *entry = static_cast<char *>(mem_alloc(prefix_length + PIECE_MAX + 1));
+    char *entry = static_cast<char *>(mem_alloc(prefix_length + LINE_PIECE_MAX + 1));
     if (entry == nullptr) {
-        fclose(file);
         message(msg, "Ran out of memory while saving list! (1)");
         return -1;
     }
     memcpy(entry, prefix, prefix_length);
     char *piece = entry + prefix_length;
     int longest = 0;
-    for (;;) {
-        int taken = 0; // characters of the file in this piece
-        int length = 0;
-        int c = EOF;
-        while (taken < PIECE_MAX && (c = getc(file)) != EOF) {
-            taken++;
-            if (c == '\n') {
-                break;
-            }
-            // Entries are C strings: a NUL byte would hide the rest of the
-            // line, so it is dropped and the visible text kept.
-            if (c != '\0') {
-                piece[length++] = static_cast<char>(c);
-            }
-        }
-        if (taken == 0) {
-            break;
-        }
-        piece[length] = '\0';
+    while (read_line_piece(file, piece) > 0) {
+        int length = static_cast<int>(strlen(piece));
         if (length > longest) {
             longest = length;
         }
         if (list_add_string(entry, list, msg) != 0) {
             mem_free(entry);
-            fclose(file);
             return -1;
         }
     }
     mem_free(entry);
     // A read error would pass for the end of the file and a later save would
     // then cut the file short, so it is a failure to open.
-    int failed = ferror(file);
-    fclose(file);
-    if (failed) {
-        message_path(msg, "Could not open: %s", path);
+    if (ferror(file)) {
+        message_path(msg, "Could not open: %s", path != nullptr ? path : "");
         return -1;
     }
     return longest;

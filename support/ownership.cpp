@@ -9,9 +9,8 @@
 
 namespace {
 
-// Size of the status record the outside program writes, and where in it the
-// owner's user and group IDs lie (32-bit little-endian).
-constexpr size_t STAT_RECORD = 88;
+// Where in the status record the owner's user and group IDs lie (32-bit
+// little-endian).
 constexpr size_t STAT_UID_AT = 24;
 constexpr size_t STAT_GID_AT = 28;
 
@@ -92,22 +91,17 @@ int program_status(const char *path, struct stat *status) {
         unlink(temp);
         return -1;
     }
-    FILE *file = fopen(temp, "r");
+    // The program could have put a FIFO or a device in place of the file.
+    FILE *file = open_regular_file(temp);
     if (file == nullptr) {
         unlink(temp);
         return -1;
     }
-    unsigned char record[STAT_RECORD];
-    size_t got = fread(record, 1, STAT_RECORD, file);
+    unsigned char record[FILE_STATUS_RECORD];
+    size_t got = fread(record, 1, FILE_STATUS_RECORD, file);
     fclose(file);
     unlink(temp);
-    if (got != STAT_RECORD) {
-        return -1;
-    }
-    memset(status, 0, sizeof *status);
-    status->st_uid = static_cast<uid_t>(little_endian(record + STAT_UID_AT));
-    status->st_gid = static_cast<gid_t>(little_endian(record + STAT_GID_AT));
-    return 0;
+    return file_status_record(record, got, status);
 }
 
 int resolve_status(const char *path, struct stat *status) {
@@ -123,6 +117,16 @@ int resolve_status(const char *path, struct stat *status) {
 } // namespace
 
 int (*file_status)(const char *path, struct stat *status) = resolve_status;
+
+int file_status_record(const unsigned char *record, size_t size, struct stat *status) {
+    if (record == nullptr || size != FILE_STATUS_RECORD) {
+        return -1;
+    }
+    memset(status, 0, sizeof *status);
+    status->st_uid = static_cast<uid_t>(little_endian(record + STAT_UID_AT));
+    status->st_gid = static_cast<gid_t>(little_endian(record + STAT_GID_AT));
+    return 0;
+}
 const char *file_status_template = "/usr/tmp/statXXXXXX";
 
 int owner_by_name(const char *path, const char *user, const char *group, uid_t *uid_out,

@@ -121,6 +121,14 @@ int slist_count(const SortedList *sorted);
 // msg points at AV_MSG_MAX bytes; it is written only on failure.
 
 int read_line_file(const char *path, List *list, const char *prefix, char *msg);
+// The same over an open stream; path names the file in the read-error message.
+int read_line_stream(FILE *file, const char *path, List *list, const char *prefix, char *msg);
+// Reads one piece of a line file (at most LINE_PIECE_MAX characters of the
+// file, ending after a newline) into piece, which holds LINE_PIECE_MAX + 1
+// bytes: the newline is dropped, and so is any NUL, which would otherwise
+// hide the rest of the line. Returns the characters taken, 0 at end of file.
+constexpr int LINE_PIECE_MAX = 149;
+int read_line_piece(FILE *file, char *piece);
 int write_line_file(const char *path, List *list, char *msg);
 int list_add_string(const char *text, List *list, char *msg);
 int list_find_string(const char *text, int mode, List *list);
@@ -128,6 +136,12 @@ int sort_string_list(List *list, char *msg);
 void trim_leading(char *text);
 void trim_trailing(char *text);
 void trim_blanks(char *text);
+
+// Opens path for reading only when it is a regular file, without blocking on
+// the open (a FIFO without a writer, a device): anything else is treated as a
+// file that cannot be opened. Every reader of configuration, documentation
+// and terminal descriptions goes through here.
+FILE *open_regular_file(const char *path);
 
 // ---- file ownership helpers -------------------------------------------------
 
@@ -179,3 +193,8 @@ void replace_cleanup();
 // opened (nothing is locked), -2 when another process holds the lock.
 int lock_directory(const char *path);
 void unlock_directory(int lock);
+// Size of the status record that the outside program writes.
+constexpr size_t FILE_STATUS_RECORD = 88;
+// Takes the owner's user and group IDs from a record of size bytes into
+// status: 0 when the record is whole, -1 (status untouched) when it is not.
+int file_status_record(const unsigned char *record, size_t size, struct stat *status);

@@ -3,6 +3,7 @@
 #include "term/term.h"
 #include "term/term_internal.h"
 #include "support/paths.h"
+#include "support/support.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -24,6 +25,8 @@ int entry_len;
 // One spare byte so that a full area still ends every string with a NUL.
 char area[AREA_MAX + 1];
 int area_used;
+// Set when the last entry read stopped following "tc" links at the limit.
+int links_cut;
 
 bool name_starts_line(const char *line, const char *name, size_t name_len) {
     for (const char *p = line; *p; ++p) {
@@ -70,9 +73,18 @@ int tc_find(const char *name) {
 }
 
 int tc_read_entry(const char *path, const char *name) {
-    FILE *f = fopen(path, "r");
+    // A FIFO or a device would hang or never end the search: only regular
+    // files are descriptions.
+    FILE *f = open_regular_file(path);
     if (!f)
         return 0;
+    int found = tc_read_entry_stream(f, name);
+    fclose(f);
+    return found;
+}
+
+int tc_read_entry_stream(FILE *f, const char *name) {
+    links_cut = 0;
     char link_name[TC_NAME_MAX + 1];
     const char *sought = name;
     size_t sought_len = strlen(sought);
@@ -104,7 +116,9 @@ int tc_read_entry(const char *path, const char *name) {
         if (tc < 0 || entry[tc] != '=')
             break;
         if (links >= TC_LINKS_MAX) {
-            // Give up on the loop as on a missing link: keep what was read.
+            // Give up on the loop as on a missing link: keep what was read,
+            // and let start-up say that capabilities may be missing.
+            links_cut = 1;
             entry_len = tc - 2;
             entry[entry_len] = '\0';
             break;
@@ -126,8 +140,11 @@ int tc_read_entry(const char *path, const char *name) {
         inside = false;
         rewind(f);
     }
-    fclose(f);
     return found ? 1 : 0;
+}
+
+int tc_links_cut() {
+    return links_cut;
 }
 
 int tc_load(const char *name) {
@@ -309,6 +326,7 @@ int term_load_description(int save_mode, TermState *state, const char *name) {
 }
 
 void tc_reset() {
+    links_cut = 0;
     entry_len = 0;
     entry[0] = '\0';
     area_used = 0;

@@ -36,6 +36,7 @@ unsigned char input_count; // includes the NUL stored after the bytes
 HangupFn hangup_handler;
 ResumeFn resume_handler;
 volatile sig_atomic_t resume_requested;
+KeySourceFn key_source;
 
 // Finds the byte among the siblings starting at *level, adding it when
 // missing. Returns its index, or NONE when the pool is exhausted.
@@ -86,7 +87,7 @@ void fill_buffer() {
             if (resume_handler)
                 resume_handler();
         }
-        ssize_t n = read(0, input, BURST);
+        ssize_t n = key_source ? key_source(input, BURST) : read(0, input, BURST);
         if (n > 0) {
             read_pos = 0;
             input[n] = 0;
@@ -177,9 +178,14 @@ int key_bind(const char *sequence, int priority, int code) {
 
 void key_init() {
     char one[2] = {0, 0};
-    for (int b = 1; b <= 255; ++b) {
-        one[0] = static_cast<char>(b);
-        key_bind(one, 0, b);
+    // Each level is a binary search tree: binding the bytes in ascending
+    // order would make the first level a 255-deep chain that every key read
+    // walks. Halving steps (128; 64, 192; 32, 96, ...) keep it 8 deep.
+    for (int step = 128; step >= 1; step /= 2) {
+        for (int b = step; b <= 255; b += 2 * step) {
+            one[0] = static_cast<char>(b);
+            key_bind(one, 0, b);
+        }
     }
     bind_cap("kl", KEY_LEFT, 4);
     bind_cap("kr", KEY_RIGHT, 4);
@@ -261,6 +267,10 @@ int key_read() {
         }
         ++read_pos; // a NUL byte (or a byte the table lacks): skip it
     }
+}
+
+void key_set_source(KeySourceFn fn) {
+    key_source = fn;
 }
 
 void key_on_hangup(HangupFn handler) {

@@ -139,12 +139,10 @@ void settle_clear() {
             term_lines();
     }
 }
+TermWriteFn writer;
 
 void write_all(const char *text, size_t len) {
-    if (len > 0) {
-        ssize_t ignored = write(1, text, len);
-        (void)ignored;
-    }
+    term_write(1, text, len);
 }
 
 } // namespace
@@ -350,7 +348,10 @@ void term_clear() {
         write_all(clear_text, static_cast<size_t>(clear_len));
         return;
     }
-    int count = 2 * term_lines();
+    // The screen is always 24 lines, so more newlines clear nothing more; a
+    // description with an absurd "li" must not cost minutes per clear.
+    int lines = term_lines() > 24 ? 24 : term_lines();
+    int count = 2 * lines;
     for (int i = 0; i < count; ++i)
         write_all("\n", 1);
 }
@@ -372,6 +373,22 @@ void term_leave(const TermState *state) {
     ioctl(0, TCSETA, &state->saved_mode);
     if (ab_tail)
         write_all("\033[=1;14C", 8);
+}
+
+void term_write(int fd, const char *bytes, size_t length) {
+    if (length == 0)
+        return;
+    if (writer) {
+        writer(fd, bytes, length);
+        return;
+    }
+    // The results are not checked: there is nowhere to report them.
+    ssize_t ignored = write(fd, bytes, length);
+    (void)ignored;
+}
+
+void term_set_writer(TermWriteFn fn) {
+    writer = fn;
 }
 
 void term_beep() {

@@ -2,6 +2,8 @@
 // keyboard input. Fixed process-wide buffers; nothing is allocated.
 #pragma once
 
+#include <cstddef>
+#include <cstdio>
 #include <termio.h>
 
 // ---- key codes --------------------------------------------------------------
@@ -84,6 +86,11 @@ int term_load_description(int save_mode, TermState *state, const char *name);
 int term_init_family(int save_mode, TermState *state);
 int tc_load(const char *name);
 int tc_read_entry(const char *path, const char *name);
+// The same over an open description (read from its start; rewound for links).
+int tc_read_entry_stream(FILE *file, const char *name);
+// 1 when the loaded entry had more "tc" links than are followed (the rest of
+// its capabilities are missing), else 0.
+int tc_links_cut();
 int tc_find(const char *name);
 int tc_flag(const char *name);
 int tc_num(const char *name);
@@ -128,6 +135,12 @@ void term_clear();
 int term_lines();
 int term_auto_margin();
 void term_beep();
+// Every byte for the terminal but the bell leaves through here: fd 1 for the
+// screen, fd 2 for the immediate cursor motion, with one write per call.
+void term_write(int fd, const char *bytes, size_t length);
+// Tests and fuzzing catch the output in memory; nullptr writes to the fds.
+using TermWriteFn = void (*)(int fd, const char *bytes, size_t length);
+void term_set_writer(TermWriteFn fn);
 
 // ---- keyboard input -------------------------------------------------------------
 
@@ -154,6 +167,10 @@ void key_on_hangup(HangupFn handler);
 using ResumeFn = void (*)();
 void key_on_resume(ResumeFn handler);
 void key_request_resume();
+// Where key_read takes its bytes: read(0, ...) unless tests or fuzzing give
+// a source of their own (same results as read: count, 0 at end, -1 error).
+using KeySourceFn = long (*)(unsigned char *buffer, size_t size);
+void key_set_source(KeySourceFn fn);
 
 // Forgets the loaded description, string area, output strings, key table and
 // buffered input, as at process start. For tests and fuzzing only: the

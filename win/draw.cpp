@@ -20,8 +20,7 @@ void send_cursor(int y, int x) {
     while (motion[length])
         length++;
     // Standard error is unbuffered, so the motion lands at once.
-    ssize_t ignored = write(2, motion, length);
-    (void)ignored;
+    term_write(2, motion, length);
 }
 
 void move_cursor(Window *w, int row, int column) {
@@ -45,12 +44,22 @@ unsigned char colour_for(const Window *w, unsigned char attribute) {
     return w->normal_colour;
 }
 
+// Text comes from files that any local user may write (ipaddr is mode 0666)
+// and goes to root's terminal: a control byte there (C0, DEL or C1) could set
+// the title, switch key modes or move the cursor. Every text cell is filled
+// here, so this one rule keeps them all out; the lists and files keep the
+// original bytes.
+unsigned char visible(char c) {
+    unsigned char u = static_cast<unsigned char>(c);
+    return u < 32 || (u >= 127 && u < 160) ? '?' : u;
+}
+
 int put_char(Window *w, char c) {
     long n = static_cast<long>(w->cursor_row) * w->columns + w->cursor_column;
     if (n < 0 || n >= w->cell_count)
         return -1;
     Cell &cell = w->cells[n];
-    cell.character = static_cast<unsigned char>(c);
+    cell.character = visible(c);
     cell.attribute = w->attribute;
     cell.colour = colour_for(w, w->attribute);
     w->cursor_column++;

@@ -105,10 +105,7 @@ struct RunBuffer {
 };
 
 void flush(RunBuffer &b) {
-    if (b.length > 0) {
-        ssize_t ignored = write(1, b.bytes, b.length);
-        (void)ignored;
-    }
+    term_write(1, b.bytes, b.length);
     b.length = 0;
 }
 

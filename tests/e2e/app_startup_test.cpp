@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 TEST(AppStartup, VersionsAndRefusals) {
     const std::string version = "Program Version: 03.00.00\n";
     const std::string long_version = "\nArdovane PC Conduvia Configuration " + version;
@@ -32,6 +34,8 @@ TEST(AppStartup, VersionsAndRefusals) {
         {{}, {"AVTERM=nosuchterm"}, true, 255, no_description + "'nosuchterm' in " + searched},
         {{}, {"TERM=no-such.term"}, true, 255, no_description + "'no-such.term' in " + searched},
         {{}, {"AVTERMCAP=/dev/null"}, true, 255, no_description + "'xterm' in /dev/null\n"},
+        // Not a regular file: skipped at once rather than read for ever.
+        {{}, {"AVTERMCAP=/dev/zero"}, true, 255, no_description + "'xterm' in /dev/zero\n"},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(testing::Message() << "case " << &c - cases);
@@ -50,4 +54,20 @@ TEST(AppStartup, VersionsAndRefusals) {
         EXPECT_TRUE(harness_mode_unchanged(h));
         harness_stop(h);
     }
+}
+
+TEST(AppStartup, CutDescriptionLinksAreReported) {
+    std::string path = harness_new_root() + "/loop";
+    std::ofstream(path) << "loop:cm=\\E[%i%d;%dH:cl=\\E[H\\E[2J:tc=loop:\n";
+    Harness *h = harness_start({.env = {"AVTERMCAP=" + path, "TERM=loop"}});
+    ASSERT_NE(h, nullptr);
+    EXPECT_TRUE(harness_wait_text(h, "Configuration Program"));
+    EXPECT_EQ(harness_output(h).rfind("avconfig: the description of terminal 'loop' has too many "
+                                      "'tc' links; capabilities beyond them are ignored\r\n",
+                                      0),
+              0u)
+        << harness_output(h).substr(0, 200);
+    harness_type(h, "x");
+    EXPECT_EQ(harness_wait_exit(h), 0);
+    harness_stop(h);
 }

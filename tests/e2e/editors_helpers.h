@@ -41,6 +41,14 @@ struct Step {
     std::function<void(Harness *)> then = nullptr;
 };
 
+// A step's check that every text is on the screen.
+inline std::function<void(Harness *)> shows(const std::vector<std::string> &texts) {
+    return [texts](Harness *h) {
+        for (const std::string &text : texts)
+            EXPECT_NE(harness_screen(h).find(text), std::string::npos) << text;
+    };
+}
+
 // Opens the screen, runs the steps, expects the menu back and leaves.
 inline void run_screen(const std::string &root, char menu_key, const std::string &title,
                        const std::vector<Step> &steps, const std::string &what,
@@ -49,6 +57,8 @@ inline void run_screen(const std::string &root, char menu_key, const std::string
     Harness *h = harness_start(options);
     ASSERT_NE(h, nullptr) << what;
     EXPECT_TRUE(harness_wait_text(h, MENU_TEXT));
+    // Whatever the files hold, the screen must not change the terminal's modes.
+    const std::string modes = harness_terminal_modes(h);
     harness_type(h, std::string(1, menu_key));
     EXPECT_TRUE(harness_wait_text(h, title)) << what << "\n" << harness_screen(h);
     for (const Step &step : steps) {
@@ -59,6 +69,7 @@ inline void run_screen(const std::string &root, char menu_key, const std::string
             step.then(h);
     }
     EXPECT_TRUE(harness_wait_text(h, MENU_TEXT)) << what << "\n" << harness_screen(h);
+    EXPECT_EQ(harness_terminal_modes(h), modes) << what;
     harness_type(h, "x");
     EXPECT_EQ(harness_wait_exit(h), 0) << what;
     harness_stop(h);

@@ -25,6 +25,12 @@ Step add(const std::string &name, int kind, const std::string &value) {
 
 const std::string ALPHA = fixed("alpha", "10.0.0.1", "", 0);
 
+// Lines that would drive the terminal if shown as they are (C1 CSI and OSC,
+// then CSI, OSC, RIS and clear), in the order a save sorts them.
+const std::string HOSTILE = fixed("\233?1h", "", "", 0) + fixed("\2352;C1\234", "", "", 0) +
+                            fixed("\033[?1h", "", "", 0) + fixed("\033]2;PWNED\007", "", "", 0);
+const std::string ZETA = fixed("zeta", "\033c", "pc\r\033[2J", 0);
+
 TEST(EditorsIp, Sessions) {
     struct Case {
         const char *what;
@@ -66,6 +72,14 @@ TEST(EditorsIp, Sessions) {
           {" {Esc}", "Lose changes"},
           {"y{F6}"}},
          fixed("alpha", "90.0.0.1", "", 0) + fixed("beta", "10.0.0.2", "", 0)},
+        {"control bytes shown as stand-ins",
+         HOSTILE + ZETA,
+         {{"", "?]2;PWNED?", shows({"??1h", "?2;C1?", "?[?1h", "?c", "pc??[2J"})}, {"{Esc}"}},
+         HOSTILE + ZETA},
+        {"control bytes saved as read",
+         HOSTILE + ZETA,
+         {add("mid", 0, "10.0.0.9"), {"{F6}"}},
+         HOSTILE + fixed("mid", "10.0.0.9", "", 0) + ZETA},
         {"no status program", ALPHA, remove, "", false, {"QXSTATPROG"}, 100},
         {"status fails", ALPHA, remove, "", false, {"QXSTATPROG=/bin/false"}, 0},
         // F2 as today's xterm sends it, ESC O Q, under the old name xterm-color.

@@ -32,6 +32,8 @@ TEST(EditorsLines, Sessions) {
     const std::string too_long = "This entry is too long to edit here; delete it and add it again.";
     const std::string cmd140(140, 'x'), env100 = "V=" + std::string(98, 'v');
     const std::string cmd76(76, 'y');
+    // Lines that would drive the terminal if shown as they are, sorted.
+    const std::string hostile = "\233?1h\n\2352;C1\234\n\033[?1h\n\033]0;PWNED\007\ncat\r\033[2J\n";
     const std::vector<Case> cases = {
         {"cancel writes nothing", false, ABSENT, {{"als{F6}{Esc}", "Lose all"}, {"y"}}, ABSENT},
         {"add creates the file", false, ABSENT, {{"als -l{F6}{F6}"}}, "ls -l\n"},
@@ -41,6 +43,12 @@ TEST(EditorsLines, Sessions) {
          "zcat\nBeta\n\na\nls",
          {{"aLS{F6}{F6}"}},
          "\na\nBeta\nLS\nls\nzcat\n"},
+        {"control bytes shown as stand-ins",
+         false,
+         hostile,
+         {{"", "?]0;PWNED?", shows({"??1h", "?2;C1?", "?[?1h", "cat??[2J"})}, {"{Esc}"}},
+         hostile},
+        {"control bytes saved as read", false, hostile, {{"aw{F6}{F6}"}}, hostile + "w\n"},
         {"duplicate", false, "ls\n", refused("ls", "An entry for this item already exists."),
          "ls\n"},
         {"blank command", false, ABSENT, refused("   ", "Cannot save empty field."), ABSENT},

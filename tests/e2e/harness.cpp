@@ -35,6 +35,9 @@ struct Harness {
     std::string output;
     int bells = 0;
     bool cursor_visible = true;
+    std::string title;   // set by OSC 0 or 2
+    std::string props;   // every other property change, in order
+    std::string answers; // what the terminal would send back
     bool exited = false;
     int status = -1;
     struct termios before {};
@@ -57,8 +60,13 @@ int on_bell(void *user) {
 }
 
 int on_termprop(VTermProp prop, VTermValue *val, void *user) {
+    Harness *h = static_cast<Harness *>(user);
     if (prop == VTERM_PROP_CURSORVISIBLE)
-        static_cast<Harness *>(user)->cursor_visible = val->boolean != 0;
+        h->cursor_visible = val->boolean != 0;
+    else if (prop == VTERM_PROP_TITLE)
+        h->title = val->string;
+    else if (prop != VTERM_PROP_CURSORBLINK && prop != VTERM_PROP_CURSORSHAPE)
+        h->props += std::to_string(prop) + " ";
     return 1;
 }
 
@@ -286,8 +294,12 @@ Harness *harness_start(const HarnessOptions &options) {
     h->screen = vterm_obtain_screen(h->vt);
     vterm_screen_set_callbacks(h->screen, &screen_callbacks, h);
     vterm_screen_reset(h->screen, 1);
-    vterm_output_set_callback(
-        h->vt, [](const char *, size_t, void *) {}, nullptr); // no answers
+    vterm_output_set_callback( // kept, never sent to the program
+        h->vt,
+        [](const char *bytes, size_t n, void *user) {
+            static_cast<Harness *>(user)->answers.append(bytes, n);
+        },
+        h);
     int slave = -1;
     struct winsize ws = {24, 80, 0, 0};
     fflush(nullptr);
@@ -456,6 +468,18 @@ std::pair<int, int> harness_cursor(Harness *h) {
 bool harness_cursor_visible(Harness *h) {
     return h->cursor_visible;
 }
+std::string harness_terminal_modes(Harness *h) {
+    h->answers.clear();
+    vterm_keyboard_key(h->vt, VTERM_KEY_UP, VTERM_MOD_NONE);
+    vterm_keyboard_key(h->vt, VTERM_KEY_KP_1, VTERM_MOD_NONE);
+    std::string keys;
+    for (char c : h->answers)
+        keys += c == 27 ? std::string("ESC") : std::string(1, c);
+    h->answers.clear();
+    return "title '" + h->title + "', properties '" + h->props + "', Up and keypad 1 send '" +
+           keys + "'";
+}
+
 int harness_bells(Harness *h) {
     return h->bells;
 }

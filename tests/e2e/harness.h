@@ -60,6 +60,9 @@ std::string harness_row_plain(Harness *h, int row);
 bool harness_reverse(Harness *h, int row, int column);
 std::pair<int, int> harness_cursor(Harness *h); // (row, column)
 bool harness_cursor_visible(Harness *h);
+// The title, the other properties set so far (alternate screen, mouse, ...)
+// and the bytes the Up and keypad 1 keys now send (cursor and keypad modes).
+std::string harness_terminal_modes(Harness *h);
 int harness_bells(Harness *h);                 // BEL bytes seen so far
 int harness_pid(Harness *h);                   // the program's process
 const std::string &harness_output(Harness *h); // every byte the program wrote

@@ -172,9 +172,12 @@ TEST(SupportLineFile, ReadPiecesAndOpenFailures) {
         EXPECT_EQ(entries(list), expected) << bytes.substr(0, 20);
     }
     List *list = list_of({"kept"});
-    // The long path must be cut to fit the message buffer.
-    for (const std::string &path :
-         {dir.path + "/missing", dir.path, "/no/" + std::string(999, 'p')}) {
+    // Only regular files are read, without waiting on a FIFO or reading a
+    // device forever. The long path must be cut to fit the message buffer.
+    const std::string fifo = dir.path + "/fifo";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    for (const std::string &path : {dir.path + "/missing", dir.path, fifo, std::string("/dev/zero"),
+                                    "/no/" + std::string(999, 'p')}) {
         EXPECT_EQ(read_line_file(path.c_str(), list, "", msg), -1);
         EXPECT_EQ(msg, ("Could not open: " + path).substr(0, AV_MSG_MAX - 1));
     }

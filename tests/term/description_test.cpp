@@ -4,6 +4,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <set>
+#include <sys/stat.h>
 #include <tuple>
 
 TEST(TcStr, Decoding) {
@@ -30,8 +31,10 @@ TEST(TcReadEntry, LinksAndSelection) {
     EXPECT_EQ(load_entry("xterm-256color:li#2:\n", "xterm"), -2);
     ASSERT_EQ(load_entry("t:li#24:tc=nowhere:\n"), 0);
     EXPECT_EQ(tc_num("li"), 24);
+    EXPECT_EQ(tc_links_cut(), 0);
     ASSERT_EQ(load_entry("u|t:li#5:tc=v:\nv:co#1:tc=u:\n"), 0);
     EXPECT_EQ(tc_num("co"), 1);
+    EXPECT_EQ(tc_links_cut(), 1) << "a loop is cut at the link limit, and says so";
 }
 
 TEST(TermInitFamily, CutsAtTheLastSeparator) {
@@ -53,12 +56,16 @@ TEST(TermInitFamily, CutsAtTheLastSeparator) {
 }
 
 TEST(TcLoad, FileSearch) {
-    std::string has = write_termcap("t:li#1:\n");
+    std::string has = write_termcap("t:li#1:\n"), fifo = has + ".fifo";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     const std::tuple<const char *, const char *, int> cases[] = {
         {has.c_str(), "t:li#9:", 1},
         {"/nonexistent", has.c_str(), -1}, // only AVTERMCAP is searched
         {"t:li#5:", has.c_str(), 1},       // AVTERMCAP not a path: ignored
-        {nullptr, "t:li#9:", -1}};         // so is TERMCAP not starting with "/"
+        {nullptr, "t:li#9:", -1},          // so is TERMCAP not starting with "/"
+        {"/dev/zero", has.c_str(), -1},    // not regular files: skipped, at once
+        {"/tmp", has.c_str(), -1},
+        {fifo.c_str(), has.c_str(), -1}};
     unsetenv("QXTERMCAP");
     for (const auto &[av, tcap, li] : cases) {
         term_reset();
@@ -68,6 +75,7 @@ TEST(TcLoad, FileSearch) {
         EXPECT_EQ(tc_num("li"), li);
     }
     unlink(has.c_str());
+    unlink(fifo.c_str());
 }
 
 TEST(TermGoto, Templates) {
@@ -93,8 +101,9 @@ TEST(TermScreen, CursorClearAndMargin) {
         {"CN=N:CF=F:li#2", "N", "F", "\n\n\n\n", 1},
         {"CO=O:CF=F:li#25:cl=C", "O", "F", "C", 0},
         {"CN=N:aw#0:li#24", "", "", std::string(48, '\n'), 0}, // no CF: neither
-        {"Ab:CN=N:CF=F:aw#1:li#25", "\x1b[=1;14C", "F", std::string(50, '\n'), 1},
-        {"aw:li#25", "", "", std::string(50, '\n'), 0}};
+        // The screen is 24 lines whatever "li" says: no more newlines than that.
+        {"Ab:CN=N:CF=F:aw#1:li#25", "\x1b[=1;14C", "F", std::string(48, '\n'), 1},
+        {"aw:li#999999999", "", "", std::string(48, '\n'), 0}};
     for (const auto &[entry, on, off, clear, auto_margin] : cases) {
         SCOPED_TRACE(entry);
         ASSERT_EQ(load_entry(std::string("t:") + entry + ":\n"), 0);

@@ -100,6 +100,9 @@ TEST(WinSend, BoxedTextAndSingleChanges) {
     EXPECT_EQ(refresh(w), "") << "unchanged content sends nothing";
     win_puts(w, 1, 3, "x", 0);
     EXPECT_EQ(refresh(w), "<3,6>x");
+    // C0, DEL and C1 bytes of text never reach the terminal; Latin-1 does.
+    EXPECT_EQ(win_puts(w, 1, 1, "\x1b\x07\x9b\x7f\xa0", 0), 5);
+    EXPECT_EQ(refresh(w), "<3,4>????\xa0");
 }
 
 // The terminal's auto-margin answer is read once per process, so one test each.
