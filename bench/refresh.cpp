@@ -13,7 +13,7 @@
 #include <string>
 
 #include "term/term.h"
-#include "win/win.h"
+#include "win/win_internal.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 
 #include "term/term.h"
 #include "term/term_internal.h"
-#include "win/win.h"
+#include "win/win_internal.h"
 
 inline std::string fuzz_sent;
 

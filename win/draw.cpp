@@ -66,46 +66,43 @@ int put_char(Window *w, char c) {
     return 0;
 }
 
+// The pieces of win_put_lines's patterns: "-" (or "0") and "|" (or ".")
+// lines, and the digits as in WIN_LINE_PIECES.
 int pattern_mask(char c) {
-    switch (c) {
-    case '-':
-    case '0':
-        return 6;
-    case '|':
-    case '.':
-        return 9;
-    case '1':
-        return 5;
-    case '2':
-        return 7;
-    case '3':
-        return 3;
-    case '4':
-        return 13;
-    case '5':
-        return 15;
-    case '6':
-        return 11;
-    case '7':
-        return 12;
-    case '8':
-        return 14;
-    case '9':
-        return 10;
-    default:
-        return 0;
-    }
+    if (c == '-' || c == '0')
+        return JOIN_LEFT | JOIN_RIGHT;
+    if (c == '|' || c == '.')
+        return JOIN_UP | JOIN_DOWN;
+    for (int mask = 0; c >= '1' && c <= '9' && mask < 16; mask++)
+        if (WIN_LINE_PIECES[mask].character == c)
+            return mask;
+    return 0;
 }
 
 } // namespace
 
-char win_join_character(int mask) {
-    // Keypad digits name the piece by where it sits in a box.
-    static const char table[16] = {0,   '|', '-', '3', '-', '1', '-', '2',
-                                   '|', '|', '9', '6', '7', '4', '8', '5'};
-    return mask >= 0 && mask < 16 ? table[mask] : 0;
-}
+const LinePiece WIN_LINE_PIECES[16] = {
+    {0, -1},      // no joins
+    {'|', LS_GV}, // up
+    {'-', LS_GH}, // left
+    {'3', LS_G4}, // up, left: bottom right corner
+    {'-', LS_GH}, // right
+    {'1', LS_G3}, // up, right: bottom left corner
+    {'-', LS_GH}, // left, right
+    {'2', LS_GU}, // up, left, right: bottom tee
+    {'|', LS_GV}, // down
+    {'|', LS_GV}, // up, down
+    {'9', LS_G1}, // left, down: top right corner
+    {'6', LS_GL}, // up, left, down: right tee
+    {'7', LS_G2}, // right, down: top left corner
+    {'4', LS_GR}, // up, right, down: left tee
+    {'8', LS_GD}, // left, right, down: top tee
+    {'5', LS_GC}, // all four: cross
+};
 
+char win_join_character(int mask) {
+    return mask >= 0 && mask < 16 ? WIN_LINE_PIECES[mask].character : 0;
+}
 // Looks the window up; a negative extent reaches the window's far edge.
 static Window *area(int id, int row, int column, int *rows, int *columns) {
     Window *w = win_lookup(id);
@@ -120,19 +117,26 @@ int win_clear(int id, int row, int column, int rows, int columns) {
     Window *w = area(id, row, column, &rows, &columns);
     if (!w)
         return -1;
+    // Blanked screen cells differ from what the terminal shows: mark them.
+    win_clear_cells(w, row, column, rows, columns, w == win_lookup(0) ? ATTR_CHANGED : 0);
+    return 0;
+}
+
+void win_clear_cells(Window *w, int row, int column, int rows, int columns,
+                     unsigned char attribute) {
+    if (rows < 0)
+        rows = w->rows - row;
+    if (columns < 0)
+        columns = w->columns - column;
     int top = row < 0 ? 0 : row;
     int left = column < 0 ? 0 : column;
     int bottom = row + rows > w->rows ? w->rows : row + rows;
     int right = column + columns > w->columns ? w->columns : column + columns;
-    unsigned char attribute = 0;
-    if (w == win_lookup(0) && clear_marks_changed)
-        attribute = ATTR_CHANGED;
     for (int y = top; y < bottom; y++) {
         Cell *cell = w->cells + y * w->columns;
         for (int x = left; x < right; x++)
             cell[x] = Cell{' ', attribute, WIN_BLANK_COLOUR, 0};
     }
-    return 0;
 }
 
 int win_puts(int id, int row, int column, const char *text, int attribute) {
@@ -204,12 +208,13 @@ static int line(int id, int merge, int ends, int row, int column, int length, bo
         length = down ? w->rows - row : w->columns - column;
     if (length < 1)
         return -1;
-    int dy = down ? 1 : 0, dx = down ? 0 : 1, through = down ? 9 : 6;
-    win_line_cell(id, merge, row, column, ends ? (down ? 8 : 4) : through);
+    int dy = down ? 1 : 0, dx = down ? 0 : 1;
+    int through = down ? JOIN_UP | JOIN_DOWN : JOIN_LEFT | JOIN_RIGHT;
+    win_line_cell(id, merge, row, column, ends ? (down ? JOIN_DOWN : JOIN_RIGHT) : through);
     for (int i = 1; i <= length - 2; i++)
         win_line_cell(id, merge, row + i * dy, column + i * dx, through);
     win_line_cell(id, merge, row + (length - 1) * dy, column + (length - 1) * dx,
-                  ends ? (down ? 1 : 2) : through);
+                  ends ? (down ? JOIN_UP : JOIN_LEFT) : through);
     return 0;
 }
 
@@ -229,14 +234,14 @@ int win_box(int id, int merge, int row, int column, int rows, int columns) {
         return -1;
     int last_row = row + rows - 1;
     int last_column = column + columns - 1;
-    win_line_cell(id, merge, row, column, 12);
+    win_line_cell(id, merge, row, column, JOIN_RIGHT | JOIN_DOWN);
     win_hline(id, merge, 0, row, column + 1, columns - 2);
-    win_line_cell(id, merge, row, last_column, 10);
+    win_line_cell(id, merge, row, last_column, JOIN_LEFT | JOIN_DOWN);
     win_vline(id, merge, 0, row + 1, column, rows - 2);
     win_vline(id, merge, 0, row + 1, last_column, rows - 2);
-    win_line_cell(id, merge, last_row, column, 5);
+    win_line_cell(id, merge, last_row, column, JOIN_UP | JOIN_RIGHT);
     win_hline(id, merge, 0, last_row, column + 1, columns - 2);
-    win_line_cell(id, merge, last_row, last_column, 3);
+    win_line_cell(id, merge, last_row, last_column, JOIN_UP | JOIN_LEFT);
     return 0;
 }
 

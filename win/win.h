@@ -15,45 +15,9 @@ constexpr int ATTR_CHANGED = 64;
 constexpr int WIN_SCREEN_ROWS = 24;
 constexpr int WIN_SCREEN_COLUMNS = 80;
 constexpr int WIN_MAX_IDS = 100;
-constexpr int WIN_TAG = 332439; // 0x51297
-
-struct Cell {
-    unsigned char character;
-    unsigned char attribute;
-    unsigned char colour;
-    unsigned char join;
-};
-
-struct Window {
-    int tag;
-    unsigned char flags; // WIN_HIDDEN
-    unsigned char attribute;
-    unsigned char normal_colour;
-    unsigned char line_colour;
-    unsigned char reverse_colour;
-    char name[24];
-    int rows;
-    int columns;
-    int cell_count;
-    Cell *cells;
-    Chain *children; // ids, most recent first
-    int parent;
-    ChainNode *parent_node;
-    int cursor_row;
-    int cursor_column;
-    int screen_row;
-    int screen_column;
-};
-
-constexpr unsigned char WIN_HIDDEN = 2;
-
-// Set to 0 only by term_blank_screen while it blanks the image.
-extern int clear_marks_changed;
-
 // ---- records and stack --------------------------------------------------------
 int win_create(int parent, const char *name, int row, int column, int rows, int columns);
-Window *win_lookup(int id); // -1 is taken as 0; none for unknown ids
-int win_check_id(int id);   // 0 when 0..99, else -1
+int win_check_id(int id); // 0 when 0..99, else -1
 
 // ---- drawing ----------------------------------------------------------------------
 int win_clear(int id, int row, int column, int rows, int columns);

@@ -20,8 +20,9 @@ int free_first = -1;
 int free_last = -1;
 int used_first = -1;
 int initialised = 0;
-// Set only while the screen window itself is being created: it has no parent.
-int making_screen = 0;
+
+int create_window(Window *up, int parent, const char *name, int row, int column, int rows,
+                  int columns);
 
 int take_id() {
     if (free_first < 0) {
@@ -79,7 +80,6 @@ void undo_create(int id, Window *w) {
 
 const char *win_attribute_table[16] = {"", "", "", "", "", "", "", "",
                                        "", "", "", "", "", "", "", ""};
-int clear_marks_changed = 1;
 
 void win_init() {
     if (initialised)
@@ -94,9 +94,8 @@ void win_init() {
     free_first = 0;
     free_last = WIN_MAX_IDS - 1;
     used_first = -1;
-    making_screen = 1;
-    int id = win_create(-1, "Virtual Window", 0, 0, WIN_SCREEN_ROWS, WIN_SCREEN_COLUMNS);
-    making_screen = 0;
+    int id =
+        create_window(nullptr, -1, "Virtual Window", 0, 0, WIN_SCREEN_ROWS, WIN_SCREEN_COLUMNS);
     if (id >= 0)
         slots[id].record->flags &= static_cast<unsigned char>(~WIN_HIDDEN);
     load_attribute_table();
@@ -144,12 +143,15 @@ int win_create(int parent, const char *name, int row, int column, int rows, int 
     // The parent is looked up before an id is taken: otherwise a parent id equal
     // to the id about to be handed out would find the half-made window itself
     // and make it its own parent.
-    Window *up = nullptr;
-    if (!making_screen) {
-        up = win_lookup(parent);
-        if (!up)
-            return -1;
-    }
+    Window *up = win_lookup(parent);
+    return up ? create_window(up, parent == -1 ? 0 : parent, name, row, column, rows, columns) : -1;
+}
+
+namespace {
+
+// A new window under up, whose id is parent; with no up, the screen window.
+int create_window(Window *up, int parent, const char *name, int row, int column, int rows,
+                  int columns) {
     int id = take_id();
     if (id < 0)
         return -1;
@@ -199,7 +201,7 @@ int win_create(int parent, const char *name, int row, int column, int rows, int 
             return -1;
         }
         w->parent_node = node;
-        w->parent = parent == -1 ? 0 : parent;
+        w->parent = parent;
         w->screen_row += up->screen_row;
         w->screen_column += up->screen_column;
     }
@@ -216,4 +218,49 @@ int win_create(int parent, const char *name, int row, int column, int rows, int 
             w->name[n] = name[n];
     w->name[n] = '\0';
     return id;
+}
+
+} // namespace
+
+// Ends a window and, below it, at most `depth` generations of descendants.
+namespace {
+
+int destroy_tree(int id, int depth) {
+    if (id <= 0)
+        return 0;
+    if (win_hide(id) != 0)
+        return -1;
+    Window *w = win_lookup(id);
+    if (w->parent_node) {
+        Window *up = win_lookup(w->parent);
+        if (up && up->children)
+            chain_unlink(up->children, w->parent_node);
+        mem_free(w->parent_node);
+        w->parent_node = nullptr;
+    }
+    if (w->children) {
+        for (ChainNode *node = w->children->first; node; node = node->next) {
+            int child_id = static_cast<int>(reinterpret_cast<intptr_t>(node->value));
+            Window *child = win_lookup(child_id);
+            if (!child)
+                continue;
+            child->parent = -1;
+            child->parent_node = nullptr;
+            if (depth > 0)
+                destroy_tree(child_id, depth - 1);
+        }
+        chain_destroy(w->children);
+        w->children = nullptr;
+    }
+    mem_free(w->cells);
+    w->tag = 0;
+    mem_free(w);
+    win_give_back_id(id);
+    return 0;
+}
+
+} // namespace
+
+int win_destroy(int id) {
+    return destroy_tree(id, WIN_MAX_IDS);
 }

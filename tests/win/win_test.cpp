@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "term/term.h"
-#include "win/win.h"
+#include "win/win_internal.h"
 
 namespace {
 

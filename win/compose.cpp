@@ -1,0 +1,83 @@
+// Composing the visible windows into the screen image: each window's cells
+// where no later sibling, child or shown window covers them.
+#include "win/win_internal.h"
+
+#include <cstdint>
+
+WinRect win_rect_of(const Window *w) {
+    return WinRect{w->screen_row, w->screen_column, w->rows, w->columns};
+}
+
+int win_clip(const WinRect &a, const WinRect &b, WinRect *out) {
+    if (a.rows < 1 || a.columns < 1 || b.rows < 1 || b.columns < 1)
+        return -1;
+    int top = a.row > b.row ? a.row : b.row;
+    int left = a.column > b.column ? a.column : b.column;
+    int bottom = a.row + a.rows < b.row + b.rows ? a.row + a.rows : b.row + b.rows;
+    int right =
+        a.column + a.columns < b.column + b.columns ? a.column + a.columns : b.column + b.columns;
+    if (bottom <= top || right <= left)
+        return -1;
+    *out = WinRect{top, left, bottom - top, right - left};
+    return 0;
+}
+
+namespace {
+
+void copy_cells(Window *screen, Window *w, const WinRect &area) {
+    WinRect r;
+    if (win_clip(area, win_rect_of(w), &r) < 0 || win_clip(r, WIN_SCREEN_RECT, &r) < 0)
+        return;
+    const Cell blank{' ', 0, WIN_BLANK_COLOUR, 0};
+    for (int y = r.row; y < r.row + r.rows; y++) {
+        Cell *image = screen->cells + y * WIN_SCREEN_COLUMNS;
+        const Cell *source =
+            w == screen ? nullptr : w->cells + (y - w->screen_row) * w->columns - w->screen_column;
+        for (int x = r.column; x < r.column + r.columns; x++) {
+            const Cell &from = source ? source[x] : blank;
+            Cell &to = image[x];
+            // The mark takes part in the comparison: a cell still waiting to be
+            // sent is rewritten and stays marked; an equal sent cell costs nothing.
+            if (to.character != from.character || to.attribute != from.attribute ||
+                to.colour != from.colour || to.join != from.join) {
+                to = from;
+                to.attribute |= ATTR_CHANGED;
+            }
+        }
+    }
+}
+
+} // namespace
+
+int win_compose(Window *screen, Window *w, const WinRect &area) {
+    WinRect r;
+    if (win_clip(area, win_rect_of(w), &r) < 0)
+        return -1;
+    for (ChainNode *node = w->children ? w->children->first : nullptr; node; node = node->next) {
+        Window *child = win_lookup(static_cast<int>(reinterpret_cast<intptr_t>(node->value)));
+        if (!child || (child->flags & WIN_HIDDEN))
+            continue;
+        WinRect o;
+        if (win_clip(win_rect_of(child), r, &o) < 0)
+            continue;
+        int ok = -1;
+        int r_bottom = r.row + r.rows;
+        int r_right = r.column + r.columns;
+        int o_bottom = o.row + o.rows;
+        int o_right = o.column + o.columns;
+        if (win_compose(screen, w, WinRect{r.row, r.column, o.row - r.row, r.columns}) == 0)
+            ok = 0;
+        if (win_compose(screen, w, WinRect{o.row, r.column, o.rows, o.column - r.column}) == 0)
+            ok = 0;
+        if (win_compose(screen, child, o) == 0)
+            ok = 0;
+        if (win_compose(screen, w, WinRect{o.row, o_right, o.rows, r_right - o_right}) == 0)
+            ok = 0;
+        if (win_compose(screen, w, WinRect{o_bottom, r.column, r_bottom - o_bottom, r.columns}) ==
+            0)
+            ok = 0;
+        return ok;
+    }
+    copy_cells(screen, w, r);
+    return 0;
+}
