@@ -22,7 +22,9 @@ void chain_destroy(Chain *chain) {
     mem_free(chain);
 }
 
-static ChainNode *chain_new_node(void *value, ReleaseFn release) {
+namespace {
+
+ChainNode *chain_new_node(void *value, ReleaseFn release) {
     ChainNode *node = static_cast<ChainNode *>(mem_alloc(sizeof(ChainNode)));
     if (node != nullptr) {
         node->value = value;
@@ -32,6 +34,8 @@ static ChainNode *chain_new_node(void *value, ReleaseFn release) {
     }
     return node;
 }
+
+} // namespace
 
 ChainNode *chain_prepend(Chain *chain, void *value, ReleaseFn release) {
     ChainNode *node = chain_new_node(value, release);
@@ -151,9 +155,13 @@ void slot_table_destroy(SlotTable *table) {
 
 // ---- BucketSet --------------------------------------------------------------
 
-static void release_chain(void *chain) {
+namespace {
+
+void release_chain(void *chain) {
     chain_destroy(static_cast<Chain *>(chain));
 }
+
+} // namespace
 
 BucketSet *bucket_set_create(int n) {
     if (n < 1) {

@@ -81,7 +81,9 @@ int list_count(const List *list) {
     return list == nullptr ? 0 : list->count;
 }
 
-static int32_t find_chunk(List *list, int32_t position) {
+namespace {
+
+int32_t find_chunk(List *list, int32_t position) {
     int32_t c = list->cached;
     if (c < list->chunk_count && position >= list->starts[c] &&
         position < list->starts[c] + list->chunks[c]->size) {
@@ -101,7 +103,7 @@ static int32_t find_chunk(List *list, int32_t position) {
     return low;
 }
 
-static Node *node_at(List *list, int position) {
+Node *node_at(List *list, int position) {
     if (list == nullptr || position < 0 || position >= list->count) {
         return nullptr;
     }
@@ -110,6 +112,8 @@ static Node *node_at(List *list, int position) {
     node->element.position = position;
     return node;
 }
+
+} // namespace
 
 ListElement *list_element(List *list, int position) {
     Node *node = node_at(list, position);
@@ -121,10 +125,12 @@ void *list_get(List *list, int position) {
     return node == nullptr ? nullptr : node->element.data;
 }
 
+namespace {
+
 // Room for one more chunk in the directory and one more renumbering (there are
 // never more renumberings than elements), taken before anything changes so
 // that a failed insertion leaves the list as it was.
-static int reserve(List *list) {
+int reserve(List *list) {
     if (list->renumbering_capacity < list->count + 1) {
         int32_t capacity = std::max(16, list->renumbering_capacity * 2);
         auto *grown = static_cast<Renumbering *>(mem_alloc(sizeof(Renumbering) * capacity));
@@ -160,7 +166,7 @@ static int reserve(List *list) {
     return 0;
 }
 
-static void insert_chunk(List *list, int32_t c, Chunk *chunk, int32_t start) {
+void insert_chunk(List *list, int32_t c, Chunk *chunk, int32_t start) {
     int32_t after = list->chunk_count - c;
     memmove(list->chunks + c + 1, list->chunks + c, sizeof(Chunk *) * after);
     memmove(list->starts + c + 1, list->starts + c, sizeof(int32_t) * after);
@@ -170,7 +176,7 @@ static void insert_chunk(List *list, int32_t c, Chunk *chunk, int32_t start) {
 }
 
 // Puts node at position (0..count); -1 when memory runs out, nothing changed.
-static int place(List *list, int32_t position, Node *node) {
+int place(List *list, int32_t position, Node *node) {
     if (reserve(list) != 0) {
         return -1;
     }
@@ -222,7 +228,7 @@ static int place(List *list, int32_t position, Node *node) {
     return 0;
 }
 
-static Node *take(List *list, int32_t position) {
+Node *take(List *list, int32_t position) {
     int32_t c = find_chunk(list, position);
     Chunk *chunk = list->chunks[c];
     int32_t offset = position - list->starts[c];
@@ -247,7 +253,7 @@ static Node *take(List *list, int32_t position) {
 
 // Every element at a position >= from has just been relinked, in position
 // order; older renumberings of those positions no longer matter.
-static void renumbered(List *list, int32_t from) {
+void renumbered(List *list, int32_t from) {
     while (list->renumbering_count > 0 &&
            list->renumberings[list->renumbering_count - 1].from >= from) {
         list->renumbering_count--;
@@ -257,14 +263,14 @@ static void renumbered(List *list, int32_t from) {
     list->renumbering_count++;
 }
 
-static void release_node(Node *node) {
+void release_node(Node *node) {
     if (node->element.release != nullptr) {
         node->element.release(node->element.data);
     }
     mem_free(node);
 }
 
-static ListElement *add(List *list, int32_t position, void *data, ReleaseFn release) {
+ListElement *add(List *list, int32_t position, void *data, ReleaseFn release) {
     Node *node = static_cast<Node *>(mem_alloc(sizeof(Node)));
     if (node == nullptr) {
         return nullptr;
@@ -283,6 +289,8 @@ static ListElement *add(List *list, int32_t position, void *data, ReleaseFn rele
     node->stamp = ++list->clock; // linked after the elements it moved
     return &node->element;
 }
+
+} // namespace
 
 ListElement *list_append(List *list, void *data, ReleaseFn release) {
     if (list == nullptr) {

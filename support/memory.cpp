@@ -29,11 +29,15 @@ void str_free(void *text) {
     mem_free(text);
 }
 
-static int upper_byte(char c) {
+namespace {
+
+int upper_byte(char c) {
     // Upper-cased characters are compared as signed bytes, so bytes above 127
     // sort before plain ASCII.
     return static_cast<signed char>(toupper(static_cast<unsigned char>(c)));
 }
+
+} // namespace
 
 int str_ncasecmp(const char *a, const char *b, int n) {
     for (int i = 0; n <= 0 || i < n; i++) {

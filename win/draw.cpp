@@ -103,8 +103,10 @@ const LinePiece WIN_LINE_PIECES[16] = {
 char win_join_character(int mask) {
     return mask >= 0 && mask < 16 ? WIN_LINE_PIECES[mask].character : 0;
 }
+namespace {
+
 // Looks the window up; a negative extent reaches the window's far edge.
-static Window *area(int id, int row, int column, int *rows, int *columns) {
+Window *area(int id, int row, int column, int *rows, int *columns) {
     Window *w = win_lookup(id);
     if (w && *rows < 0)
         *rows = w->rows - row;
@@ -112,6 +114,8 @@ static Window *area(int id, int row, int column, int *rows, int *columns) {
         *columns = w->columns - column;
     return w;
 }
+
+} // namespace
 
 int win_clear(int id, int row, int column, int rows, int columns) {
     Window *w = area(id, row, column, &rows, &columns);
@@ -198,9 +202,11 @@ int win_line_cell(int id, int merge, int row, int column, int mask) {
     return 0;
 }
 
+namespace {
+
 // Both directions share one walk: first cell, middle cells, last cell, so a
 // one-cell line merges its two ends into the same cell.
-static int line(int id, int merge, int ends, int row, int column, int length, bool down) {
+int line(int id, int merge, int ends, int row, int column, int length, bool down) {
     Window *w = win_lookup(id);
     if (!w)
         return -1;
@@ -217,6 +223,8 @@ static int line(int id, int merge, int ends, int row, int column, int length, bo
                   ends ? (down ? JOIN_UP : JOIN_LEFT) : through);
     return 0;
 }
+
+} // namespace
 
 int win_hline(int id, int merge, int ends, int row, int column, int length) {
     return line(id, merge, ends, row, column, length, false);

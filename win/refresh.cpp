@@ -40,8 +40,10 @@ int win_refresh(int id, int row, int column, int rows, int columns) {
     return win_send(screen, r);
 }
 
+namespace {
+
 // Sets or clears the hidden flag and brings the screen up to date.
-static Window *set_hidden(int id, bool hidden) {
+Window *set_hidden(int id, bool hidden) {
     Window *w = win_lookup(id);
     if (!w)
         return nullptr;
@@ -52,6 +54,8 @@ static Window *set_hidden(int id, bool hidden) {
     win_refresh(id, 0, 0, -1, -1);
     return w;
 }
+
+} // namespace
 
 int win_show(int id) {
     return set_hidden(id, false) ? 0 : -1;
