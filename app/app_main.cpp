@@ -49,20 +49,10 @@ int user_known() {
 // Names the description files that the search reads, in its order, for the
 // message given when the terminal type has no description.
 void print_search_places() {
-    const char *avtermcap = getenv("AVTERMCAP");
-    const char *qxtermcap = getenv("QXTERMCAP");
-    const char *termcap = getenv("TERMCAP");
-    if (avtermcap != nullptr && avtermcap[0] == '/') {
-        fputs(avtermcap, stdout);
-        return;
-    }
-    if (qxtermcap != nullptr && qxtermcap[0] == '/') {
-        fputs(qxtermcap, stdout);
-        return;
-    }
-    fputs(AV_PATH_TERMDEF ", /etc/termcap.AV, /etc/termcap.AVQX, /etc/termcap", stdout);
-    if (termcap != nullptr && termcap[0] == '/')
-        printf(", %s", termcap);
+    const char *places[TC_PLACES_MAX];
+    int n = tc_search_places(places);
+    for (int i = 0; i < n; i++)
+        printf(i == 0 ? "%s" : ", %s", places[i]);
 }
 
 } // namespace

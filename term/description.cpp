@@ -147,21 +147,31 @@ int tc_links_cut() {
     return links_cut;
 }
 
-int tc_load(const char *name) {
+int tc_search_places(const char *places[TC_PLACES_MAX]) {
     const char *vars[] = {"AVTERMCAP", "QXTERMCAP"};
     for (const char *var : vars) {
         const char *path = getenv(var);
-        if (path && path[0] == '/')
-            return tc_read_entry(path, name);
+        if (path && path[0] == '/') {
+            places[0] = path; // an explicit file replaces the whole search
+            return 1;
+        }
     }
     const char *files[] = {AV_PATH_TERMDEF, "/etc/termcap.AV", "/etc/termcap.AVQX", "/etc/termcap"};
-    for (const char *path : files) {
-        if (tc_read_entry(path, name))
-            return 1;
-    }
+    int n = 0;
+    for (const char *path : files)
+        places[n++] = path;
     const char *path = getenv("TERMCAP");
     if (path && path[0] == '/')
-        return tc_read_entry(path, name);
+        places[n++] = path;
+    return n;
+}
+
+int tc_load(const char *name) {
+    const char *places[TC_PLACES_MAX];
+    int n = tc_search_places(places);
+    for (int i = 0; i < n; i++)
+        if (tc_read_entry(places[i], name))
+            return 1;
     return 0;
 }
 

@@ -10,6 +10,10 @@
 
 namespace {
 
+// What a terminal with "Ab" takes to show its cursor, and so also the very
+// last thing the program sends it.
+constexpr char AB_TAIL[] = "\033[=1;14C";
+
 constexpr int PIECES_MAX = 10;
 constexpr int LITERAL_STORE = 64;
 constexpr int RESULT_MAX = 128;
@@ -287,7 +291,7 @@ void term_screen_strings() {
     if (!on)
         on = tc_str("CO");
     if (tc_flag("Ab"))
-        on = "\033[=1;14C";
+        on = AB_TAIL;
     const char *off = tc_str("CF");
     if (!on || !off) {
         cursor_on_text = cursor_off_text = "";
@@ -372,7 +376,7 @@ void term_leave(const TermState *state) {
     write_all(cursor_on_text, static_cast<size_t>(cursor_on_len));
     ioctl(0, TCSETA, &state->saved_mode);
     if (ab_tail)
-        write_all("\033[=1;14C", 8);
+        write_all(AB_TAIL, sizeof AB_TAIL - 1);
 }
 
 void term_write(int fd, const char *bytes, size_t length) {

@@ -84,6 +84,9 @@ int term_load_description(int save_mode, TermState *state, const char *name);
 // for the type's family names, cutting state->term_name at its last "-", "."
 // or "+" again and again. 0 loaded; -2 none found.
 int term_init_family(int save_mode, TermState *state);
+// The description files tc_load searches, in order; returns how many.
+constexpr int TC_PLACES_MAX = 5;
+int tc_search_places(const char *places[TC_PLACES_MAX]);
 int tc_load(const char *name);
 int tc_read_entry(const char *path, const char *name);
 // The same over an open description (read from its start; rewound for links).
