@@ -33,6 +33,18 @@ inline std::string read_file(const std::string &path) {
     return in ? ss.str() : ABSENT;
 }
 
+// The name of a table case in test names, so that ctest -R picks one:
+// "edit: own name only" gives "edit_own_name_only".
+inline std::string case_name(const std::string &what) {
+    std::string name;
+    for (char c : what)
+        if (isalnum(static_cast<unsigned char>(c)))
+            name += c;
+        else if (!name.empty() && name.back() != '_')
+            name += '_';
+    return name;
+}
+
 // Keys, the text that must then appear (empty: just wait for quiet), and
 // what to do after it.
 struct Step {

@@ -31,19 +31,20 @@ const std::string HOSTILE = fixed("\233?1h", "", "", 0) + fixed("\2352;C1\234", 
                             fixed("\033[?1h", "", "", 0) + fixed("\033]2;PWNED\007", "", "", 0);
 const std::string ZETA = fixed("zeta", "\033c", "pc\r\033[2J", 0);
 
-TEST(EditorsIp, Sessions) {
-    struct Case {
-        const char *what;
-        std::string before;
-        std::vector<Step> steps;
-        std::string after;
-        bool hawser = false;
-        std::vector<std::string> env = {};
-        gid_t group = 100; // of a rewritten file that existed
-    };
+struct IpCase {
+    const char *what;
+    std::string before;
+    std::vector<Step> steps;
+    std::string after;
+    bool hawser = false;
+    std::vector<std::string> env = {};
+    gid_t group = 100; // of a rewritten file that existed
+};
+
+std::vector<IpCase> ip_cases() {
     const std::string unsorted = "zed             1.1.1.1\nalpha           10.0.0.1  \n";
     const std::vector<Step> remove = {{"d", "Delete this entry?"}, {"y{F6}"}};
-    const std::vector<Case> cases = {
+    return {
         {"empty, cancel", ABSENT, {{"e", "There is nothing to edit."}, {" {Esc}"}}, ABSENT},
         {"fixed columns, sorted",
          "gamma           10.1.1.1\nabc\nBeta" + std::string(29, ' ') + "BETAPC" +
@@ -91,27 +92,34 @@ TEST(EditorsIp, Sessions) {
          {"TERM=xterm-color"},
          100},
     };
-    for (const Case &c : cases) {
-        std::string root = harness_new_root();
-        std::string path = root + "/conduvia/config/ipaddr";
-        if (c.before != ABSENT) {
-            write_file(path, c.before);
-            ASSERT_EQ(chown(path.c_str(), 65534, 100), 0);
-            ASSERT_EQ(chmod(path.c_str(), 0600), 0);
-        }
-        std::string prog = root + "/hawser/prog", touch = " && touch " + prog + "/avhws";
-        ASSERT_EQ(system(("mkdir -p " + prog + (c.hawser ? touch : "")).c_str()), 0);
-        run_screen(root, 'n', "Name To IP Address Table", c.steps, c.what, c.env);
-        EXPECT_EQ(read_file(path), c.after) << c.what;
-        struct stat st = {};
-        if (c.after == ABSENT || stat(path.c_str(), &st) != 0)
-            continue;
-        bool same = c.after == c.before;
-        EXPECT_EQ(st.st_mtime == OLD_TIME, same) << c.what;
-        EXPECT_EQ(st.st_mode & 07777, same ? 0600u : 0666u) << c.what;
-        EXPECT_EQ(st.st_uid, same ? 65534u : 0u) << c.what;
-        EXPECT_TRUE(c.before == ABSENT || st.st_gid == c.group) << c.what;
-    }
 }
+
+using EditorsIpSession = testing::TestWithParam<IpCase>;
+
+TEST_P(EditorsIpSession, Runs) {
+    const IpCase &c = GetParam();
+    std::string root = harness_new_root();
+    std::string path = root + "/conduvia/config/ipaddr";
+    if (c.before != ABSENT) {
+        write_file(path, c.before);
+        ASSERT_EQ(chown(path.c_str(), 65534, 100), 0);
+        ASSERT_EQ(chmod(path.c_str(), 0600), 0);
+    }
+    std::string prog = root + "/hawser/prog", touch = " && touch " + prog + "/avhws";
+    ASSERT_EQ(system(("mkdir -p " + prog + (c.hawser ? touch : "")).c_str()), 0);
+    run_screen(root, 'n', "Name To IP Address Table", c.steps, c.what, c.env);
+    EXPECT_EQ(read_file(path), c.after) << c.what;
+    struct stat st = {};
+    if (c.after == ABSENT || stat(path.c_str(), &st) != 0)
+        return;
+    bool same = c.after == c.before;
+    EXPECT_EQ(st.st_mtime == OLD_TIME, same) << c.what;
+    EXPECT_EQ(st.st_mode & 07777, same ? 0600u : 0666u) << c.what;
+    EXPECT_EQ(st.st_uid, same ? 65534u : 0u) << c.what;
+    EXPECT_TRUE(c.before == ABSENT || st.st_gid == c.group) << c.what;
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, EditorsIpSession, testing::ValuesIn(ip_cases()),
+                         [](const auto &info) { return case_name(info.param.what); });
 
 } // namespace

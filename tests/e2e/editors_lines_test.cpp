@@ -20,21 +20,22 @@ std::vector<Step> refused(const std::string &keys, const std::string &message) {
     return {{"a" + keys + "{F6}", message}, {" {Esc}", "Lose changes"}, {"y{Esc}", ""}};
 }
 
-TEST(EditorsLines, Sessions) {
-    struct Case {
-        const char *what;
-        bool env;
-        std::string before;
-        std::vector<Step> steps;
-        std::string after;
-    };
+struct LineCase {
+    const char *what;
+    bool env;
+    std::string before;
+    std::vector<Step> steps;
+    std::string after;
+};
+
+std::vector<LineCase> line_cases() {
     const std::string max = "The maximum number of variables has been reached (100).";
     const std::string too_long = "This entry is too long to edit here; delete it and add it again.";
     const std::string cmd140(140, 'x'), env100 = "V=" + std::string(98, 'v');
     const std::string cmd76(76, 'y');
     // Lines that would drive the terminal if shown as they are, sorted.
     const std::string hostile = "\233?1h\n\2352;C1\234\n\033[?1h\n\033]0;PWNED\007\ncat\r\033[2J\n";
-    const std::vector<Case> cases = {
+    return {
         {"cancel writes nothing", false, ABSENT, {{"als{F6}{Esc}", "Lose all"}, {"y"}}, ABSENT},
         {"add creates the file", false, ABSENT, {{"als -l{F6}{F6}"}}, "ls -l\n"},
         {"no change, no write", false, "zeta\nalpha\n\nMid", {{"{F6}"}}, "zeta\nalpha\n\nMid"},
@@ -69,21 +70,26 @@ TEST(EditorsLines, Sessions) {
          env100 + "\nZ=1\n"},
         {"76 edited whole", false, cmd76 + "\n", {{"ez{F6}{F6}"}}, "z" + cmd76.substr(1) + "\n"},
     };
-    for (const Case &c : cases) {
-        std::string root = harness_new_root();
-        std::string path = root + "/conduvia/config/" + (c.env ? "env" : "commands");
-        if (c.before != ABSENT)
-            write_file(path, c.before);
-        run_screen(root, c.env ? 'e' : 'c',
-                   c.env ? "UNIX Environment Variables" : "Authorized UNIX Commands", c.steps,
-                   c.what);
-        EXPECT_EQ(read_file(path), c.after) << c.what;
-        struct stat st = {};
-        stat(path.c_str(), &st);
-        EXPECT_TRUE(c.after == ABSENT || (st.st_mtime == OLD_TIME) == (c.after == c.before))
-            << c.what;
-    }
 }
+
+using EditorsLinesSession = testing::TestWithParam<LineCase>;
+
+TEST_P(EditorsLinesSession, Runs) {
+    const LineCase &c = GetParam();
+    std::string root = harness_new_root();
+    std::string path = root + "/conduvia/config/" + (c.env ? "env" : "commands");
+    if (c.before != ABSENT)
+        write_file(path, c.before);
+    run_screen(root, c.env ? 'e' : 'c',
+               c.env ? "UNIX Environment Variables" : "Authorized UNIX Commands", c.steps, c.what);
+    EXPECT_EQ(read_file(path), c.after) << c.what;
+    struct stat st = {};
+    stat(path.c_str(), &st);
+    EXPECT_TRUE(c.after == ABSENT || (st.st_mtime == OLD_TIME) == (c.after == c.before)) << c.what;
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, EditorsLinesSession, testing::ValuesIn(line_cases()),
+                         [](const auto &info) { return case_name(info.param.what); });
 
 TEST(EditorsLines, FailedSaveKeepsChangesUntilTheCauseIsMended) {
     for (bool no_directory : {true, false}) {
