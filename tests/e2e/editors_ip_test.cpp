@@ -41,6 +41,10 @@ struct IpCase {
     gid_t group = 100; // of a rewritten file that existed
 };
 
+void PrintTo(const IpCase &c, std::ostream *out) {
+    *out << c.what;
+}
+
 std::vector<IpCase> ip_cases() {
     const std::string unsorted = "zed             1.1.1.1\nalpha           10.0.0.1  \n";
     const std::vector<Step> remove = {{"d", "Delete this entry?"}, {"y{F6}"}};

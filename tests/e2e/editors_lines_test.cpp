@@ -28,6 +28,10 @@ struct LineCase {
     std::string after;
 };
 
+void PrintTo(const LineCase &c, std::ostream *out) {
+    *out << c.what;
+}
+
 std::vector<LineCase> line_cases() {
     const std::string max = "The maximum number of variables has been reached (100).";
     const std::string too_long = "This entry is too long to edit here; delete it and add it again.";
