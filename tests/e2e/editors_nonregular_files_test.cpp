@@ -12,7 +12,7 @@ using namespace editors_e2e;
 
 namespace {
 
-TEST(EditorsSpecialFiles, OpenFailureAtOnceAndTheProgramGoesOn) {
+TEST(EditorsNonRegularFiles, OpenFailureAtOnceAndTheProgramGoesOn) {
     using Make = int (*)(const std::string &path);
     const std::pair<const char *, Make> kinds[] = {
         {"FIFO", [](const std::string &p) { return mkfifo(p.c_str(), 0666); }},
