@@ -34,12 +34,7 @@ int ip_add(TableScreen *screen) {
         return TABLE_STAY;
     char line[TABLE_LINE_MAX];
     ip_format_line(&entry, line, sizeof line);
-    char msg[AV_MSG_MAX];
-    if (list_add_string(line, screen->list, msg) != 0) {
-        message_box(1, "Error", msg);
-        return TABLE_FAIL;
-    }
-    return table_resort(screen, line);
+    return table_add_line(screen, line);
 }
 
 int ip_edit(TableScreen *screen) {

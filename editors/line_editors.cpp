@@ -65,12 +65,7 @@ int line_add(TableScreen *screen) {
     char text[FIELD_TEXT_MAX + 1] = "";
     if (line_entry_dialog(screen, ENTRY_ADD, -1, text) != 1)
         return TABLE_STAY;
-    char msg[AV_MSG_MAX];
-    if (list_add_string(text, screen->list, msg) != 0) {
-        message_box(1, "Error", msg);
-        return TABLE_FAIL;
-    }
-    return table_resort(screen, text);
+    return table_add_line(screen, text);
 }
 
 int line_edit(TableScreen *screen) {

@@ -269,6 +269,15 @@ int table_resort(TableScreen *screen, const char *text) {
     return TABLE_STAY;
 }
 
+int table_add_line(TableScreen *screen, const char *line) {
+    char msg[AV_MSG_MAX];
+    if (list_add_string(line, screen->list, msg) != 0) {
+        message_box(1, "Error", msg);
+        return TABLE_FAIL;
+    }
+    return table_resort(screen, line);
+}
+
 int table_run(TableScreen *screen) {
     const TableLayout *layout = screen->layout;
     int result = TABLE_STAY;

@@ -81,6 +81,9 @@ int table_run(TableScreen *screen);
 // current one and the changed flag is set. On failure shows the message and
 // returns TABLE_FAIL.
 int table_resort(TableScreen *screen, const char *text);
+// Appends line and resorts as above; a failed append shows the list's
+// message and returns TABLE_FAIL.
+int table_add_line(TableScreen *screen, const char *line);
 
 // Prepares an empty one-row field of the screens' dialogs.
 void table_field(TextField *field, int window, int row, int column, int width, int maximum);

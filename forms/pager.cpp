@@ -76,11 +76,7 @@ int pager_run(Pager *pager, List *list) {
     pager_show(pager, list);
 
     for (;;) {
-        win_cursor(pager->window, pager->park_row, pager->park_column);
-        term_cursor_on();
-        int key = key_read();
-        term_cursor_off();
-
+        int key = scroll_view_read_key(pager);
         switch (key) {
         case KEY_UP:
         case KEY_CTRL_H:

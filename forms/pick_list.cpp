@@ -118,11 +118,7 @@ int pick_list_run(PickList *pick, List *list) {
     pick_list_show(pick, list);
 
     for (;;) {
-        win_cursor(pick->window, pick->park_row, pick->park_column);
-        term_cursor_on();
-        int key = key_read();
-        term_cursor_off();
-
+        int key = scroll_view_read_key(pick);
         switch (key) {
         case KEY_UP:
             pick_list_move(-1, pick, list);

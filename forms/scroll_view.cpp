@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "forms/forms_internal.h"
+#include "term/term.h"
 #include "win/win.h"
 
 namespace {
@@ -35,6 +36,14 @@ void scroll_view_draw_row(const ScrollView *view, List *list, int i, int attribu
     char row[ROW_MAX + 1];
     std::snprintf(row, sizeof row, format, cut);
     win_puts(view->window, view->first_row + i - view->top, view->column, row, attribute);
+}
+
+int scroll_view_read_key(const ScrollView *view) {
+    win_cursor(view->window, view->park_row, view->park_column);
+    term_cursor_on();
+    int key = key_read();
+    term_cursor_off();
+    return key;
 }
 
 void scroll_view_clear_tail(const ScrollView *view) {
