@@ -39,6 +39,8 @@ int read_line_piece(FILE *file, char *piece) {
         if (c == '\n') {
             break;
         }
+        // Entries are C strings: a NUL byte would hide the rest of the line,
+        // so it is dropped and the visible text kept.
         if (c != '\0') {
             piece[length++] = static_cast<char>(c);
         }
