@@ -2,6 +2,7 @@
 // database walk then answers) but must never find one the system library's
 // reader would not take.
 #include "app/app.h"
+#include "test_util.h"
 
 #include <gtest/gtest.h>
 
@@ -9,15 +10,6 @@
 #include <unistd.h>
 
 namespace {
-
-std::string write_temp(const std::string &text) {
-    char path[] = "/tmp/av_user_lookup_XXXXXX";
-    int fd = mkstemp(path);
-    EXPECT_GE(fd, 0);
-    EXPECT_EQ(write(fd, text.data(), text.size()), static_cast<ssize_t>(text.size()));
-    close(fd);
-    return path;
-}
 
 TEST(AppUserLookup, PasswdFile) {
     const std::string root = "root:x:0:0:root:/root:/bin/bash\n";
@@ -48,7 +40,7 @@ TEST(AppUserLookup, PasswdFile) {
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(testing::Message() << "case " << &c - cases);
-        std::string path = write_temp(c.text);
+        std::string path = temp_file(c.text);
         EXPECT_EQ(passwd_file_has_uid(path.c_str(), c.uid), c.found);
         unlink(path.c_str());
     }
@@ -72,7 +64,7 @@ TEST(AppUserLookup, NameServiceReadsFiles) {
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(testing::Message() << "case " << &c - cases);
-        std::string path = write_temp(c.text);
+        std::string path = temp_file(c.text);
         EXPECT_EQ(passwd_reads_files(path.c_str()), c.files);
         unlink(path.c_str());
     }

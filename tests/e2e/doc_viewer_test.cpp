@@ -46,10 +46,10 @@ TEST(DocViewer, PagesMarksPrintingAndAMissingDocument) {
     write_file(root + "/bin/lp", "#!/bin/sh\necho \"$@\" > '" + root + "/lp-args'\n");
     chmod((root + "/bin/lp").c_str(), 0755);
     print(h, "N");
-    EXPECT_EQ(read_file(root + "/lp-args"), ABSENT) << "lp ran after N";
+    EXPECT_EQ(file_bytes(root + "/lp-args"), ABSENT) << "lp ran after N";
     print(h, "Y");
     EXPECT_TRUE(harness_wait_text(h, "Help file printed."));
-    EXPECT_EQ(read_file(root + "/lp-args"), std::string("-s ") + AV_PATH_DOC + "\n");
+    EXPECT_EQ(file_bytes(root + "/lp-args"), std::string("-s ") + AV_PATH_DOC + "\n");
     harness_stop(h);
     h = open_viewer(harness_new_root(), ABSENT);
     ASSERT_NE(h, nullptr);

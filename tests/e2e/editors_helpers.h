@@ -7,30 +7,22 @@
 
 #include <fstream>
 #include <functional>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "harness.h"
+#include "test_util.h"
 
 namespace editors_e2e {
 
 constexpr const char *MENU_TEXT = "Configuration Program";
 constexpr time_t OLD_TIME = 1000000000;
-const std::string ABSENT = "<absent>";
 
 // Old modification time, so that a rewrite shows.
 inline void write_file(const std::string &path, const std::string &bytes) {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
     struct utimbuf old = {OLD_TIME, OLD_TIME};
     utime(path.c_str(), &old);
-}
-
-inline std::string read_file(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return in ? ss.str() : ABSENT;
 }
 
 // The name of a table case in test names, so that ctest -R picks one:

@@ -112,7 +112,7 @@ TEST_P(EditorsIpSession, Runs) {
     std::string prog = root + "/hawser/prog", touch = " && touch " + prog + "/avhws";
     ASSERT_EQ(system(("mkdir -p " + prog + (c.hawser ? touch : "")).c_str()), 0);
     run_screen(root, 'n', "Name To IP Address Table", c.steps, c.what, c.env);
-    EXPECT_EQ(read_file(path), c.after) << c.what;
+    EXPECT_EQ(file_bytes(path), c.after) << c.what;
     struct stat st = {};
     if (c.after == ABSENT || stat(path.c_str(), &st) != 0)
         return;

@@ -86,7 +86,7 @@ TEST_P(EditorsLinesSession, Runs) {
         write_file(path, c.before);
     run_screen(root, c.env ? 'e' : 'c',
                c.env ? "UNIX Environment Variables" : "Authorized UNIX Commands", c.steps, c.what);
-    EXPECT_EQ(read_file(path), c.after) << c.what;
+    EXPECT_EQ(file_bytes(path), c.after) << c.what;
     struct stat st = {};
     stat(path.c_str(), &st);
     EXPECT_TRUE(c.after == ABSENT || (st.st_mtime == OLD_TIME) == (c.after == c.before)) << c.what;
@@ -107,7 +107,7 @@ TEST(EditorsLines, FailedSaveKeepsChangesUntilTheCauseIsMended) {
         std::string error = std::string("Could not open: ") + AV_PRODUCT_ROOT + "/conduvia/config";
         run_screen(root, 'c', "Authorized UNIX Commands",
                    {{"awho{F6}{F6}", error + "/commands"}, {" ", "", mend}, {"{F6}"}}, "mended");
-        EXPECT_EQ(read_file(path), "who\n") << no_directory;
+        EXPECT_EQ(file_bytes(path), "who\n") << no_directory;
     }
 }
 
@@ -138,7 +138,7 @@ TEST(EditorsLines, SecondSessionIsKeptOutWhileTheFirstEdits) {
     struct stat st = {};
     EXPECT_EQ(stat(path.c_str(), &st), 0);
     EXPECT_EQ(st.st_mtime, OLD_TIME);
-    EXPECT_EQ(read_file(path), "ls\n");
+    EXPECT_EQ(file_bytes(path), "ls\n");
 }
 
 } // namespace

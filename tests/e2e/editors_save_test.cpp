@@ -57,14 +57,14 @@ TEST(EditorsSave, FullFileSystemKeepsOldFileAndScreenUntilThereIsRoom) {
         std::ofstream(dir + "/filler") << std::string(1 << 20, 'f');
         auto mend = [&](Harness *h) {
             EXPECT_TRUE(harness_wait_text(h, c.title)) << "the screen stays open";
-            EXPECT_EQ(read_file(old), c.old);
+            EXPECT_EQ(file_bytes(old), c.old);
             EXPECT_EQ(hidden_files(dir), std::vector<std::string>{});
             std::filesystem::remove(dir + "/filler");
         };
         run_screen(root, c.key, c.title, {{c.keys + "{F6}", c.error}, {" ", "", mend}, {"{F6}"}},
                    c.file);
-        EXPECT_EQ(read_file(path), c.after);
-        EXPECT_EQ(read_file(old), c.key == 'n' ? c.old : c.after);
+        EXPECT_EQ(file_bytes(path), c.after);
+        EXPECT_EQ(file_bytes(old), c.key == 'n' ? c.old : c.after);
         EXPECT_EQ(hidden_files(dir), std::vector<std::string>{});
         umount(dir.c_str());
     }

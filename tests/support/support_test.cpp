@@ -1,4 +1,5 @@
 #include "support/support.h"
+#include "test_util.h"
 
 #include <gtest/gtest.h>
 #include <algorithm>
@@ -7,7 +8,6 @@
 #include <filesystem>
 #include <fstream>
 #include <random>
-#include <sstream>
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -148,12 +148,6 @@ Strings entries(List *list) {
     return out;
 }
 
-std::string slurp(const std::string &path) {
-    std::stringstream s;
-    s << std::ifstream(path, std::ios::binary).rdbuf();
-    return s.str();
-}
-
 TEST(SupportLineFile, ReadPiecesAndOpenFailures) {
     char msg[AV_MSG_MAX];
     const std::string a148(148, 'a'), a149(149, 'b'), a150(150, 'c'), a300(300, 'd');
@@ -192,17 +186,17 @@ TEST(SupportLineFile, WriteReplacesWholeOrNotAtAll) {
     char msg[AV_MSG_MAX];
     List *list = list_of({"a", "", "b c"});
     EXPECT_EQ(write_line_file(path.c_str(), list, msg), 0);
-    EXPECT_EQ(slurp(path), "a\n\nb c\n");
+    EXPECT_EQ(file_bytes(path), "a\n\nb c\n");
     EXPECT_EQ(read_line_file(path.c_str(), list, "> ", msg), 3);
     list_insert(list, 1, nullptr, nullptr);
     EXPECT_EQ(write_line_file(path.c_str(), list, msg), -1);
     EXPECT_STREQ(msg, "Error retrieving data from list!");
-    EXPECT_EQ(slurp(path), "a\n\nb c\n") << "a failed write leaves the old file";
+    EXPECT_EQ(file_bytes(path), "a\n\nb c\n") << "a failed write leaves the old file";
     list_delete(list, 1);
     EXPECT_EQ(entries(list), (Strings{"a", "", "b c", "> a", "> ", "> b c"})) << "appended";
     list = list_create(25);
     EXPECT_EQ(write_line_file(path.c_str(), list, msg), 0);
-    EXPECT_EQ(slurp(path), "");
+    EXPECT_EQ(file_bytes(path), "");
     EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0640));
     list_destroy(list);
     const Strings overlong = {"b", std::string(256, 'x'), "a"};
@@ -260,8 +254,8 @@ TEST(SupportReplace, OwnerGroupModeForOldNewAndLinkedFiles) {
         EXPECT_EQ(st.st_uid, c.uid);
         EXPECT_EQ(st.st_gid, c.gid == 1 ? getgid() : c.gid);
         EXPECT_EQ(st.st_mode & 07777, c.bits);
-        EXPECT_EQ(slurp(path), "new\n");
-        EXPECT_EQ(slurp(other), "someone else's\n") << "the link was followed";
+        EXPECT_EQ(file_bytes(path), "new\n");
+        EXPECT_EQ(file_bytes(other), "someone else's\n") << "the link was followed";
         EXPECT_EQ(files_starting(".owned"), Strings{}) << "temporary file left";
     }
 }
@@ -279,7 +273,7 @@ TEST(SupportReplace, FailedWriteKeepsOldFileAndTellsThePath) {
     EXPECT_EQ(write_line_file(path.c_str(), list, msg), -1);
     setrlimit(RLIMIT_FSIZE, &old_limit);
     EXPECT_EQ(msg, "Could not write: " + path);
-    EXPECT_EQ(slurp(path), "old\n");
+    EXPECT_EQ(file_bytes(path), "old\n");
     EXPECT_EQ(files_starting(".limited"), Strings{});
     list_destroy(list);
 }
@@ -294,9 +288,9 @@ TEST(SupportReplace, KilledSaveLeavesOldOrNewWhole) {
     List *old_list = list_of(old_lines), *new_list = list_of(new_lines);
     char msg[AV_MSG_MAX];
     ASSERT_EQ(write_line_file(path.c_str(), new_list, msg), 0) << msg;
-    const std::string new_bytes = slurp(path);
+    const std::string new_bytes = file_bytes(path);
     ASSERT_EQ(write_line_file(path.c_str(), old_list, msg), 0);
-    const std::string old_bytes = slurp(path);
+    const std::string old_bytes = file_bytes(path);
     // Time one save, then kill saves at random points within it.
     auto save = [&]() {
         pid_t pid = fork();
@@ -324,7 +318,7 @@ TEST(SupportReplace, KilledSaveLeavesOldOrNewWhole) {
         usleep(static_cast<useconds_t>(random() % (took + 1)));
         kill(pid, signal_number);
         waitpid(pid, &status, 0);
-        std::string bytes = slurp(path);
+        std::string bytes = file_bytes(path);
         ASSERT_TRUE(bytes == old_bytes || bytes == new_bytes) << "round " << round;
         kinds[bytes == new_bytes]++;
         Strings left = files_starting(".big");
@@ -413,7 +407,7 @@ TEST(SupportOwnership, StatusProgramGivesGroupOrFallsBackToRealGroup) {
         ASSERT_EQ(stat(target.c_str(), &st), 0);
         EXPECT_EQ(st.st_uid, 0u);
         EXPECT_EQ(st.st_gid, bytes == 88 && exit_code == 0 ? PROGRAM_GID : getgid());
-        EXPECT_EQ(slurp(dir.path + "/arg"), target) << "the path reached the program intact";
+        EXPECT_EQ(file_bytes(dir.path + "/arg"), target) << "the path reached the program intact";
         EXPECT_TRUE(std::filesystem::is_empty(dir.path + "/tmp")) << "temporary file left behind";
     }
     EXPECT_FALSE(std::filesystem::exists("av-injected")) << "the shell ran the path";

@@ -41,7 +41,7 @@ TEST(TermInitFamily, CutsAtTheLastSeparator) {
     const std::pair<const char *, int> cases[] = {{"screen.linux", 3}, {"xterm-256color-italic", 1},
                                                   {"xterm+a.b-c", 2},  {"screen-", 3},
                                                   {"-screen", -1},     {"nosuch-thing", -1}};
-    std::string path = write_termcap("xterm-256color:li#1:\nxterm:li#2:\nscreen:li#3:\n");
+    std::string path = temp_file("xterm-256color:li#1:\nxterm:li#2:\nscreen:li#3:\n");
     setenv("AVTERMCAP", path.c_str(), 1);
     for (const auto &[name, li] : cases) {
         term_reset();
@@ -56,7 +56,7 @@ TEST(TermInitFamily, CutsAtTheLastSeparator) {
 }
 
 TEST(TcLoad, FileSearch) {
-    std::string has = write_termcap("t:li#1:\n"), fifo = has + ".fifo";
+    std::string has = temp_file("t:li#1:\n"), fifo = has + ".fifo";
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     const std::tuple<const char *, const char *, int> cases[] = {
         {has.c_str(), "t:li#9:", 1},

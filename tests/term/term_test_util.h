@@ -2,6 +2,7 @@
 #pragma once
 
 #include "term/term.h"
+#include "test_util.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -9,19 +10,10 @@
 #include <unistd.h>
 #include <vector>
 
-inline std::string write_termcap(const std::string &text) {
-    char path[] = "/tmp/avterm_test_XXXXXX";
-    int fd = mkstemp(path);
-    if (fd < 0 || write(fd, text.data(), text.size()) < 0)
-        return "";
-    close(fd);
-    return path;
-}
-
 // Loads entry "name" afresh as the program does, reading the mode into state if given.
 inline int load_entry(const std::string &text, const char *name = "t", TermState *state = nullptr) {
     term_reset();
-    std::string path = write_termcap(text);
+    std::string path = temp_file(text);
     setenv("AVTERMCAP", path.c_str(), 1);
     setenv("AVTERM", name, 1);
     TermState local{};
@@ -29,26 +21,6 @@ inline int load_entry(const std::string &text, const char *name = "t", TermState
     unlink(path.c_str());
     key_init();
     return result;
-}
-
-// Runs fn with file descriptor 1 going into a pipe and returns the bytes.
-template <typename Fn> std::string capture_stdout(Fn fn) {
-    int fds[2], saved = dup(1);
-    if (pipe(fds) != 0)
-        return "<pipe failed>";
-    fflush(stdout);
-    dup2(fds[1], 1);
-    close(fds[1]);
-    fn();
-    fflush(stdout);
-    dup2(saved, 1);
-    close(saved);
-    std::string out;
-    char buf[512];
-    for (ssize_t n; (n = read(fds[0], buf, sizeof buf)) > 0;)
-        out.append(buf, static_cast<size_t>(n));
-    close(fds[0]);
-    return out;
 }
 
 // Feeds the bytes as one burst on file descriptor 0 and reads count keys.

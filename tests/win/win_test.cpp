@@ -9,26 +9,10 @@
 #include <gtest/gtest.h>
 
 #include "term/term.h"
+#include "test_util.h"
 #include "win/win_internal.h"
 
 namespace {
-
-// Returns what f writes on standard output.
-template <typename F> std::string sent(F f) {
-    fflush(stdout);
-    FILE *file = tmpfile();
-    int saved = dup(1);
-    dup2(fileno(file), 1);
-    f();
-    dup2(saved, 1);
-    close(saved);
-    std::string out;
-    rewind(file);
-    for (int c; (c = fgetc(file)) != EOF;)
-        out += static_cast<char>(c);
-    fclose(file);
-    return out;
-}
 
 // Loads terminal `name` and blanks image and terminal, as start-up does.
 void start_screen(const char *name = "test") {
@@ -39,7 +23,7 @@ void start_screen(const char *name = "test") {
     TermState state{};
     ASSERT_EQ(term_init(0, &state), 0) << name;
     term_screen_strings();
-    sent([] { term_blank_screen(); });
+    capture_stdout([] { term_blank_screen(); });
 }
 
 std::string row_text(int id, int row) {
@@ -51,11 +35,11 @@ std::string row_text(int id, int row) {
 }
 
 std::string refresh(int id) {
-    return sent([&] { win_refresh(id, 0, 0, -1, -1); });
+    return capture_stdout([&] { win_refresh(id, 0, 0, -1, -1); });
 }
 
 std::string show(int id) {
-    return sent([&] { win_show(id); });
+    return capture_stdout([&] { win_show(id); });
 }
 
 TEST(WinIds, QueueFullTableAndFailedCreations) {
@@ -150,7 +134,7 @@ TEST(WinStack, LaterSiblingWinsWhicheverIsRefreshed) {
     EXPECT_EQ(refresh(a), "") << "the change under b stays hidden";
     win_puts(b, 1, 0, "B", 0);
     EXPECT_EQ(refresh(b), "<2,3>B");
-    EXPECT_EQ(sent([&] { win_hide(b); }), "<1,3>aAa   <2,3>aaa   <3,3>      ");
+    EXPECT_EQ(capture_stdout([&] { win_hide(b); }), "<1,3>aAa   <2,3>aaa   <3,3>      ");
 }
 
 TEST(WinStack, ChildrenAreCutAtTheParentAndDestroyedWithIt) {
@@ -165,7 +149,7 @@ TEST(WinStack, ChildrenAreCutAtTheParentAndDestroyedWithIt) {
     win_puts(child, 0, 0, "kkkk", 0);
     EXPECT_EQ(show(child), "") << "its parent is still hidden";
     EXPECT_EQ(show(over), "<1,5>x<1,8>uu<2,8>kk");
-    EXPECT_EQ(sent([&] { win_destroy(over); }), "<1,5>u<1,8>  <2,8>  ");
+    EXPECT_EQ(capture_stdout([&] { win_destroy(over); }), "<1,5>u<1,8>  <2,8>  ");
     EXPECT_EQ(win_lookup(child), nullptr);
 }
 
@@ -175,11 +159,11 @@ TEST(WinScreen, OutputSwitchAndRepaint) {
     win_puts(w, 0, 0, "ab", 0);
     win_puts(w, 0, 3, "r", 1);
     show(w);
-    EXPECT_EQ(sent([] { term_screen_state(0); }), "[CL]");
+    EXPECT_EQ(capture_stdout([] { term_screen_state(0); }), "[CL]");
     win_puts(w, 1, 0, "cd", 0);
     EXPECT_EQ(refresh(w), "") << "output is off";
-    EXPECT_EQ(sent([] { term_screen_state(1); }), "<0,0>ab<0,3>[R]r[N]<1,0>cd");
-    EXPECT_EQ(sent([] { term_repaint(); }), "[CL]<0,0>ab<0,3>[R]r[N]<1,0>cd");
+    EXPECT_EQ(capture_stdout([] { term_screen_state(1); }), "<0,0>ab<0,3>[R]r[N]<1,0>cd");
+    EXPECT_EQ(capture_stdout([] { term_repaint(); }), "[CL]<0,0>ab<0,3>[R]r[N]<1,0>cd");
 }
 
 } // namespace
