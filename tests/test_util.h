@@ -1,6 +1,9 @@
 // Helpers shared by the unit and end-to-end tests.
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -47,3 +50,20 @@ template <typename Fn> std::string capture_stdout(Fn fn) {
     close(fds[0]);
     return out;
 }
+
+// Names a parameterized case after its `what` ("edit: own name only" gives
+// "edit_own_name_only"), so that ctest -R picks one scenario.
+struct CaseName {
+    template <typename Case>
+    std::string operator()(const testing::TestParamInfo<Case> &info) const {
+        std::string name;
+        for (const char *c = info.param.what; *c != '\0'; c++)
+            if (isalnum(static_cast<unsigned char>(*c)))
+                name += *c;
+            else if (!name.empty() && name.back() != '_')
+                name += '_';
+        if (!name.empty() && name.back() == '_')
+            name.pop_back();
+        return name;
+    }
+};

@@ -25,18 +25,6 @@ inline void write_file(const std::string &path, const std::string &bytes) {
     utime(path.c_str(), &old);
 }
 
-// The name of a table case in test names, so that ctest -R picks one:
-// "edit: own name only" gives "edit_own_name_only".
-inline std::string case_name(const std::string &what) {
-    std::string name;
-    for (char c : what)
-        if (isalnum(static_cast<unsigned char>(c)))
-            name += c;
-        else if (!name.empty() && name.back() != '_')
-            name += '_';
-    return name;
-}
-
 // Keys, the text that must then appear (empty: just wait for quiet), and
 // what to do after it.
 struct Step {

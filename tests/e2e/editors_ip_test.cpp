@@ -41,10 +41,6 @@ struct IpCase {
     gid_t group = 100; // of a rewritten file that existed
 };
 
-void PrintTo(const IpCase &c, std::ostream *out) {
-    *out << c.what;
-}
-
 std::vector<IpCase> ip_cases() {
     const std::string unsorted = "zed             1.1.1.1\nalpha           10.0.0.1  \n";
     const std::vector<Step> remove = {{"d", "Delete this entry?"}, {"y{F6}"}};
@@ -123,7 +119,6 @@ TEST_P(EditorsIpSession, Runs) {
     EXPECT_TRUE(c.before == ABSENT || st.st_gid == c.group) << c.what;
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, EditorsIpSession, testing::ValuesIn(ip_cases()),
-                         [](const auto &info) { return case_name(info.param.what); });
+INSTANTIATE_TEST_SUITE_P(Cases, EditorsIpSession, testing::ValuesIn(ip_cases()), CaseName());
 
 } // namespace

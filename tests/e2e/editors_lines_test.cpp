@@ -28,10 +28,6 @@ struct LineCase {
     std::string after;
 };
 
-void PrintTo(const LineCase &c, std::ostream *out) {
-    *out << c.what;
-}
-
 std::vector<LineCase> line_cases() {
     const std::string max = "The maximum number of variables has been reached (100).";
     const std::string too_long = "This entry is too long to edit here; delete it and add it again.";
@@ -92,8 +88,7 @@ TEST_P(EditorsLinesSession, Runs) {
     EXPECT_TRUE(c.after == ABSENT || (st.st_mtime == OLD_TIME) == (c.after == c.before)) << c.what;
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, EditorsLinesSession, testing::ValuesIn(line_cases()),
-                         [](const auto &info) { return case_name(info.param.what); });
+INSTANTIATE_TEST_SUITE_P(Cases, EditorsLinesSession, testing::ValuesIn(line_cases()), CaseName());
 
 TEST(EditorsLines, FailedSaveKeepsChangesUntilTheCauseIsMended) {
     for (bool no_directory : {true, false}) {

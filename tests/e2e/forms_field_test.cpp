@@ -3,42 +3,57 @@
 
 namespace {
 
-TEST(FormsField, EditingKeys) {
-    const std::string full = "text=abcdefghijklmno"; // at the maximum of 15
-    // Arguments, keys ending with the one returned, text, key, changed, bells.
-    const std::vector<std::tuple<std::vector<std::string>, std::string, std::string, int, int, int>>
-        cases = {
-            {{"field", "text=foo  bar"}, "Ctrl-W Ctrl-J", "bar", 10, 1, 0},
-            {{"field", "text=foo  bar"}, "Right Right Right Ctrl-W Enter", "foobar", 13, 1, 0},
-            // Nothing left to cut or delete: a bell and no change.
-            {{"field", "text=foo"},
-             "End Ctrl-E Ctrl-W Delete Home Backspace Enter",
-             "foo",
-             13,
-             0,
-             4},
-            // A character that finds no room still marks the text changed.
-            {{"field", full}, "End =z Enter", "abcdefghijklmno", 13, 1, 1},
-            {{"field", full}, "Right =Z Enter", "aZcdefghijklmno", 13, 1, 0},
-            {{"field", full, "insert=1"}, "Right =Z Enter", "aZbcdefghijklmn", 13, 1, 0},
-            {{"field", full, "insert=1"}, "End Left =Z Enter", "abcdefghijklmnZ", 13, 1, 0},
-            {{"field", full, "insert=1"}, "End =z Enter", "abcdefghijklmno", 13, 1, 1},
-            {{"field", "digits=1"}, "=192.168.a0.1 Space Enter", "192.168.0.1", 13, 1, 2},
-            {{"field", "text=ab", "refused=x/"}, "=x/ Tab", "ab", 265, 0, 2},
-        };
-    for (const auto &[args, keys, text, key, changed, bells] : cases) {
-        SCOPED_TRACE(args.back() + " / " + keys);
-        Harness *h = forms_start(args);
-        ASSERT_NE(h, nullptr);
-        forms_keys(h, keys);
-        std::string ins = args.back() == "insert=1" ? "1" : "0";
-        EXPECT_EQ(forms_status(h), "key=" + std::to_string(key) +
-                                       " changed=" + std::to_string(changed) + " ins=" + ins +
-                                       " scroll=0 [" + text + "]");
-        EXPECT_EQ(harness_bells(h), bells);
-        forms_finish(h);
-    }
+struct FieldCase {
+    const char *what;
+    std::vector<std::string> args; // after "field"
+    std::string keys;              // ending with the one returned
+    std::string text;
+    int key, changed, bells;
+};
+
+using FormsFieldKeys = testing::TestWithParam<FieldCase>;
+
+TEST_P(FormsFieldKeys, Edit) {
+    const FieldCase &c = GetParam();
+    std::vector<std::string> args = {"field"};
+    args.insert(args.end(), c.args.begin(), c.args.end());
+    Harness *h = forms_start(args);
+    ASSERT_NE(h, nullptr);
+    forms_keys(h, c.keys);
+    std::string ins = args.back() == "insert=1" ? "1" : "0";
+    EXPECT_EQ(forms_status(h), "key=" + std::to_string(c.key) +
+                                   " changed=" + std::to_string(c.changed) + " ins=" + ins +
+                                   " scroll=0 [" + c.text + "]");
+    EXPECT_EQ(harness_bells(h), c.bells);
+    forms_finish(h);
 }
+
+const std::string FULL = "text=abcdefghijklmno"; // at the maximum of 15
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, FormsFieldKeys,
+    testing::Values(
+        FieldCase{"cut word", {"text=foo  bar"}, "Ctrl-W Ctrl-J", "bar", 10, 1, 0},
+        FieldCase{
+            "cut inside", {"text=foo  bar"}, "Right Right Right Ctrl-W Enter", "foobar", 13, 1, 0},
+        // Nothing left to cut or delete: a bell and no change.
+        FieldCase{"nothing to cut",
+                  {"text=foo"},
+                  "End Ctrl-E Ctrl-W Delete Home Backspace Enter",
+                  "foo",
+                  13,
+                  0,
+                  4},
+        // A character that finds no room still marks the text changed.
+        FieldCase{"full", {FULL}, "End =z Enter", "abcdefghijklmno", 13, 1, 1},
+        FieldCase{"overtype", {FULL}, "Right =Z Enter", "aZcdefghijklmno", 13, 1, 0},
+        FieldCase{"insert", {FULL, "insert=1"}, "Right =Z Enter", "aZbcdefghijklmn", 13, 1, 0},
+        FieldCase{
+            "insert last", {FULL, "insert=1"}, "End Left =Z Enter", "abcdefghijklmnZ", 13, 1, 0},
+        FieldCase{"insert full", {FULL, "insert=1"}, "End =z Enter", "abcdefghijklmno", 13, 1, 1},
+        FieldCase{"digits", {"digits=1"}, "=192.168.a0.1 Space Enter", "192.168.0.1", 13, 1, 2},
+        FieldCase{"refused", {"text=ab", "refused=x/"}, "=x/ Tab", "ab", 265, 0, 2}),
+    CaseName());
 
 // Width 15 from column 10, room for 20; every ending key resets the view.
 TEST(FormsField, OneSessionOfViewAndModes) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "harness.h"
+#include "test_util.h"
 
 #include <gtest/gtest.h>
 
