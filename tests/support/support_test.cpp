@@ -9,7 +9,6 @@
 #include <fstream>
 #include <random>
 #include <string>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <tuple>
@@ -260,24 +259,6 @@ TEST(SupportReplace, OwnerGroupModeForOldNewAndLinkedFiles) {
     }
 }
 
-TEST(SupportReplace, FailedWriteKeepsOldFileAndTellsThePath) {
-    std::string path = dir.file("limited", "old\n");
-    char msg[AV_MSG_MAX];
-    List *list = list_of({std::string(100, 'x'), "y"});
-    // Writes past 64 bytes fail as on a full disk.
-    signal(SIGXFSZ, SIG_IGN);
-    struct rlimit old_limit;
-    getrlimit(RLIMIT_FSIZE, &old_limit);
-    struct rlimit limit = {64, old_limit.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-    EXPECT_EQ(write_line_file(path.c_str(), list, msg), -1);
-    setrlimit(RLIMIT_FSIZE, &old_limit);
-    EXPECT_EQ(msg, "Could not write: " + path);
-    EXPECT_EQ(file_bytes(path), "old\n");
-    EXPECT_EQ(files_starting(".limited"), Strings{});
-    list_destroy(list);
-}
-
 TEST(SupportReplace, KilledSaveLeavesOldOrNewWhole) {
     std::string path = dir.path + "/big";
     Strings old_lines, new_lines;
@@ -330,17 +311,6 @@ TEST(SupportReplace, KilledSaveLeavesOldOrNewWhole) {
     EXPECT_GT(kinds[0], 0) << "no save was cut short";
     list_destroy(old_list);
     list_destroy(new_list);
-}
-
-TEST(SupportReplace, DirectoryLockIsExclusive) {
-    int first = lock_directory(dir.path.c_str());
-    ASSERT_GE(first, 0);
-    EXPECT_EQ(lock_directory(dir.path.c_str()), -2);
-    EXPECT_EQ(lock_directory((dir.path + "/missing").c_str()), -1);
-    unlock_directory(first);
-    int again = lock_directory(dir.path.c_str());
-    EXPECT_GE(again, 0);
-    unlock_directory(again);
 }
 
 TEST(SupportLineFile, SortFindAndTrim) {

@@ -1,11 +1,8 @@
-// The key table's priorities and the key reader, through a pipe or a real
-// pseudo-terminal standing in as file descriptor 0.
+// The key table's priorities and the key reader, through a pipe standing in
+// as file descriptor 0. Timing, mode and hang-up are seen end to end.
 #include "term_test_util.h"
 
-#include <cstring>
 #include <gtest/gtest.h>
-#include <pty.h>
-#include <sys/ioctl.h>
 #include <tuple>
 
 TEST(KeyRead, BindingsAndPriorities) {
@@ -43,34 +40,4 @@ TEST(KeyRead, UnboundSequences) {
                   std::string(bells, '\a'));
         EXPECT_EQ(got, want) << testing::PrintToString(input);
     }
-}
-
-TEST(PtyKeys, BurstsTimingRestoreAndHangup) {
-    TermState state{};
-    termio before{}, after{};
-    int master, slave;
-    ASSERT_EQ(openpty(&master, &slave, nullptr, nullptr, nullptr), 0);
-    dup2(slave, 0);
-    close(slave);
-    ioctl(0, TCGETA, &before);
-    ASSERT_EQ(load_entry("t:ku=\\E[A:\n", "t", &state), 0);
-    ASSERT_EQ(term_raw_mode(&state, 127, 1), 0);
-    auto send = [&](const char *s) { ASSERT_GT(write(master, s, strlen(s)), 0); };
-    send("\x1b[Ab");
-    EXPECT_EQ(key_read(), KEY_UP);
-    EXPECT_EQ(key_read(), 'b');
-    send("\0335");
-    EXPECT_EQ(key_read(), KEY_F5);
-    send("\x1b");
-    EXPECT_EQ(key_read(), 27); // returns a tenth of a second after the ESC, so "5" comes later
-    send("5");
-    EXPECT_EQ(key_read(), '5');
-    term_restore(&state);
-    ioctl(0, TCGETA, &after);
-    EXPECT_EQ(memcmp(&after, &before, sizeof after), 0);
-    ASSERT_EQ(term_raw_mode(&state, 127, 1), 0);
-    key_on_hangup([] { _exit(42); });
-    close(master);
-    EXPECT_EXIT(key_read(), testing::ExitedWithCode(42), "")
-        << "a hung-up line must not be read forever";
 }
