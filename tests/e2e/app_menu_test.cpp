@@ -1,5 +1,5 @@
 // The main menu, the information screen and the way out, through a terminal.
-#include "harness.h"
+#include "e2e_helpers.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <fstream>
 #include <unistd.h>
 
-static const char *const EXIT_ITEM = "X - Exit Configuration Program";
+using namespace e2e;
 
 // The items drawn in reverse video (the texts start at row 10, column 25).
 static std::vector<int> highlighted(Harness *h) {
@@ -28,9 +28,8 @@ TEST(AppMenu, SessionDrawsMovesShowsInformationAndExits) {
         o.args = {"-q", "--leak-check=full", "--error-exitcode=99", harness_command()[0]};
     }
 #endif
-    Harness *h = harness_start(o);
+    Harness *h = start_at_menu(o);
     ASSERT_NE(h, nullptr);
-    ASSERT_TRUE(harness_wait_text(h, EXIT_ITEM, 30000)) << harness_screen(h);
     // The title box at column 27 on rows 1-4, the menu at column 23 on rows 9-18.
     const std::string drawn[] = {
         "+-----------------------+",          "| Ardovane PC Conduvia  |",
@@ -68,7 +67,7 @@ TEST(AppMenu, SessionDrawsMovesShowsInformationAndExits) {
     EXPECT_EQ(harness_screen(h).find("Configuration Program"), std::string::npos) << "menu hidden";
     EXPECT_EQ(harness_row_plain(h, 14).substr(22, 35), "Version : 03.00.00                 ");
     harness_key(h, "Esc");
-    ASSERT_TRUE(harness_wait_text(h, EXIT_ITEM, 10000));
+    ASSERT_TRUE(harness_wait_text(h, MENU_TEXT, 10000));
     EXPECT_EQ(highlighted(h), std::vector<int>{4});
 
     harness_type(h, "X");
@@ -87,9 +86,8 @@ TEST(AppMenu, HangupEndsTheProgramPromptly) {
     for (const std::string &word : harness_command())
         command += " " + word;
     o.args = {"-c", command};
-    Harness *h = harness_start(o);
+    Harness *h = start_at_menu(o);
     ASSERT_NE(h, nullptr);
-    ASSERT_TRUE(harness_wait_text(h, EXIT_ITEM, 30000)) << harness_screen(h);
     harness_hangup(h);
     EXPECT_EQ(harness_wait_exit(h, 1000), 255);
     harness_stop(h);
@@ -98,9 +96,8 @@ TEST(AppMenu, HangupEndsTheProgramPromptly) {
 TEST(AppMenu, AbTailLastAndNoNameServiceModules) {
     std::string root = harness_new_root();
     std::ofstream(root + "/termdef", std::ios::app) << "abterm|with a tail:Ab:tc=xterm:\n";
-    Harness *h = harness_start({.env = {"TERM=abterm"}, .root = root});
+    Harness *h = start_at_menu({.env = {"TERM=abterm"}, .root = root});
     ASSERT_NE(h, nullptr);
-    ASSERT_TRUE(harness_wait_text(h, EXIT_ITEM, 30000));
     // root is in /etc/passwd: found there, without name-service modules.
     std::ifstream maps("/proc/" + std::to_string(harness_pid(h)) + "/maps");
     for (std::string line; std::getline(maps, line);)
@@ -139,9 +136,8 @@ TEST(AppMenu, DrawsAndMovesOnEveryFamily) {
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.term);
-        Harness *h = harness_start({.env = {c.term}});
+        Harness *h = start_at_menu({.env = {c.term}});
         ASSERT_NE(h, nullptr);
-        ASSERT_TRUE(harness_wait_text(h, EXIT_ITEM, 30000)) << harness_screen(h);
         const std::string &out = harness_output(h);
         EXPECT_NE(out.find(c.box), std::string::npos);
         for (const std::string &other : {vt100, utf8, cp437, ascii})
@@ -150,8 +146,6 @@ TEST(AppMenu, DrawsAndMovesOnEveryFamily) {
         harness_wait_idle(h);
         EXPECT_EQ(highlighted(h), std::vector<int>{1});
         EXPECT_EQ(harness_bells(h), 0);
-        harness_type(h, "X");
-        EXPECT_EQ(harness_wait_exit(h, 10000), 0);
-        harness_stop(h);
+        quit(h);
     }
 }

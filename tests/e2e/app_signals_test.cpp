@@ -4,9 +4,9 @@
 
 #include <csignal>
 
-#include "editors_helpers.h"
+#include "e2e_helpers.h"
 
-using namespace editors_e2e;
+using namespace e2e;
 
 namespace {
 
@@ -33,9 +33,8 @@ TEST(AppSignals, EndOrStrayInterruptByteOnEveryScreen) {
             SCOPED_TRACE(testing::Message() << s.shows << ", signal " << sig);
             std::string root = harness_new_root();
             write_file(root + "/conduvia/doc", "Some documentation\n");
-            Harness *h = harness_start({.root = root, .record_stty = true});
+            Harness *h = start_at_menu({.root = root, .record_stty = true});
             ASSERT_NE(h, nullptr);
-            ASSERT_TRUE(harness_wait_text(h, MENU_TEXT));
             harness_keys(h, s.open);
             ASSERT_TRUE(harness_wait_text(h, s.shows)) << harness_screen(h);
             // 0xFF is the interrupt character in raw mode: the terminal
@@ -88,9 +87,7 @@ TEST(AppSignals, SuspendAndContinueRepaintsInRawMode) {
     EXPECT_EQ(harness_screen(h).find("[B"), std::string::npos) << "echoed";
     harness_key(h, "Esc");
     ASSERT_TRUE(harness_wait_text(h, MENU_TEXT));
-    harness_type(h, "x");
-    EXPECT_EQ(harness_wait_exit(h), 0);
-    harness_stop(h);
+    quit(h);
 }
 
 } // namespace

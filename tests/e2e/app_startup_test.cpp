@@ -1,6 +1,6 @@
 // The command line and the start-up checks: exact bytes, statuses, and a
 // terminal left alone by every refusal.
-#include "harness.h"
+#include "e2e_helpers.h"
 
 #include <gtest/gtest.h>
 
@@ -39,11 +39,7 @@ TEST(AppStartup, VersionsAndRefusals) {
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(testing::Message() << "case " << &c - cases);
-        HarnessOptions o;
-        o.args = c.args;
-        o.env = c.env;
-        o.as_root = c.as_root;
-        Harness *h = harness_start(o);
+        Harness *h = harness_start({.args = c.args, .env = c.env, .as_root = c.as_root});
         ASSERT_NE(h, nullptr);
         EXPECT_EQ(harness_wait_exit(h), c.status);
         // The terminal turns each "\n" into "\r\n"; nothing else may reach it.
@@ -59,15 +55,12 @@ TEST(AppStartup, VersionsAndRefusals) {
 TEST(AppStartup, CutDescriptionLinksAreReported) {
     std::string path = harness_new_root() + "/loop";
     std::ofstream(path) << "loop:cm=\\E[%i%d;%dH:cl=\\E[H\\E[2J:tc=loop:\n";
-    Harness *h = harness_start({.env = {"AVTERMCAP=" + path, "TERM=loop"}});
+    Harness *h = e2e::start_at_menu({.env = {"AVTERMCAP=" + path, "TERM=loop"}});
     ASSERT_NE(h, nullptr);
-    EXPECT_TRUE(harness_wait_text(h, "Configuration Program"));
     EXPECT_EQ(harness_output(h).rfind("avconfig: the description of terminal 'loop' has too many "
                                       "'tc' links; capabilities beyond them are ignored\r\n",
                                       0),
               0u)
         << harness_output(h).substr(0, 200);
-    harness_type(h, "x");
-    EXPECT_EQ(harness_wait_exit(h), 0);
-    harness_stop(h);
+    e2e::quit(h);
 }

@@ -1,10 +1,10 @@
 // The documentation viewer, opened from the main menu.
 #include <gtest/gtest.h>
 
-#include "editors_helpers.h"
+#include "e2e_helpers.h"
 #include "support/paths.h"
 
-using namespace editors_e2e;
+using namespace e2e;
 
 namespace {
 
@@ -14,8 +14,8 @@ Harness *open_viewer(const std::string &root, const std::string &doc) {
     if (doc != ABSENT)
         write_file(root + "/conduvia/doc", doc);
     mkdir((root + "/bin").c_str(), 0755);
-    Harness *h = harness_start({.env = {"PATH=" + root + "/bin:/usr/bin:/bin"}, .root = root});
-    if (h != nullptr && harness_wait_text(h, MENU_TEXT))
+    Harness *h = start_at_menu({.env = {"PATH=" + root + "/bin:/usr/bin:/bin"}, .root = root});
+    if (h != nullptr)
         harness_type(h, "?");
     return h;
 }

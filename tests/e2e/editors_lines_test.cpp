@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "editors_helpers.h"
+#include "e2e_helpers.h"
 
-using namespace editors_e2e;
+using namespace e2e;
 
 namespace {
 
@@ -113,10 +113,8 @@ namespace {
 TEST(EditorsLines, SecondSessionIsKeptOutWhileTheFirstEdits) {
     std::string root = harness_new_root(), path = root + "/conduvia/config/commands";
     write_file(path, "ls\n");
-    HarnessOptions options{.root = root};
-    Harness *first = harness_start(options), *second = harness_start(options);
+    Harness *first = start_at_menu({.root = root}), *second = start_at_menu({.root = root});
     ASSERT_TRUE(first != nullptr && second != nullptr);
-    ASSERT_TRUE(harness_wait_text(first, MENU_TEXT) && harness_wait_text(second, MENU_TEXT));
     harness_type(first, "c");
     ASSERT_TRUE(harness_wait_text(first, "Authorized UNIX Commands"));
     harness_type(second, "c");
@@ -125,11 +123,9 @@ TEST(EditorsLines, SecondSessionIsKeptOutWhileTheFirstEdits) {
     EXPECT_EQ(harness_screen(second).find("Authorized"), std::string::npos);
     harness_type(second, " ");
     EXPECT_TRUE(harness_wait_text(second, MENU_TEXT));
-    for (Harness *h : {first, second}) {
-        harness_keys(h, "{Esc}x");
-        EXPECT_EQ(harness_wait_exit(h), 0);
-        harness_stop(h);
-    }
+    harness_key(first, "Esc");
+    quit(first);
+    quit(second);
     struct stat st = {};
     EXPECT_EQ(stat(path.c_str(), &st), 0);
     EXPECT_EQ(st.st_mtime, OLD_TIME);

@@ -6,9 +6,9 @@
 
 #include <filesystem>
 
-#include "editors_helpers.h"
+#include "e2e_helpers.h"
 
-using namespace editors_e2e;
+using namespace e2e;
 
 namespace {
 

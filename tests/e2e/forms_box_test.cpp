@@ -1,5 +1,6 @@
 // Message and yes/no boxes: geometry, title, bells, answers, background restored.
-#include "forms_util.h"
+#include "test_util.h"
+#include "widget_driver.h"
 
 namespace {
 

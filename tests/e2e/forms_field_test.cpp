@@ -1,5 +1,6 @@
 // The text field through the driver: text, changed flag, key, view and bells.
-#include "forms_util.h"
+#include "test_util.h"
+#include "widget_driver.h"
 
 namespace {
 

@@ -1,5 +1,6 @@
 // The pager as on the documentation screen: rows 1 to 21, marks at 22/72.
-#include "forms_util.h"
+#include "test_util.h"
+#include "widget_driver.h"
 
 namespace {
 

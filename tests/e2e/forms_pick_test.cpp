@@ -1,5 +1,6 @@
 // The pick list: 20 rows from (2, 2), 76 wide; "M" marks on the box at column 78.
-#include "forms_util.h"
+#include "test_util.h"
+#include "widget_driver.h"
 
 namespace {
 

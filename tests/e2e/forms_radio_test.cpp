@@ -1,5 +1,6 @@
 // Three buttons at rows 3 to 5; the driver moves the focus on KEY_TAB/KEY_BACKTAB.
-#include "forms_util.h"
+#include "test_util.h"
+#include "widget_driver.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-// Helpers for the editor screens' end-to-end tests.
+// Helpers of the end-to-end tests: sessions from the main menu, and files.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -13,7 +13,7 @@
 #include "harness.h"
 #include "test_util.h"
 
-namespace editors_e2e {
+namespace e2e {
 
 constexpr const char *MENU_TEXT = "Configuration Program";
 constexpr time_t OLD_TIME = 1000000000;
@@ -23,6 +23,21 @@ inline void write_file(const std::string &path, const std::string &bytes) {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
     struct utimbuf old = {OLD_TIME, OLD_TIME};
     utime(path.c_str(), &old);
+}
+
+// Starts the program and waits for the main menu; a failure if it does not come.
+inline Harness *start_at_menu(const HarnessOptions &options = {}) {
+    Harness *h = harness_start(options);
+    if (h != nullptr && !harness_wait_text(h, MENU_TEXT, 30000))
+        ADD_FAILURE() << "no main menu:\n" << harness_screen(h);
+    return h;
+}
+
+// X from the main menu: the program ends with status 0.
+inline void quit(Harness *h) {
+    harness_type(h, "x");
+    EXPECT_EQ(harness_wait_exit(h), 0) << harness_output(h).substr(0, 200);
+    harness_stop(h);
 }
 
 // Keys, the text that must then appear (empty: just wait for quiet), and
@@ -45,10 +60,8 @@ inline std::function<void(Harness *)> shows(const std::vector<std::string> &text
 inline void run_screen(const std::string &root, char menu_key, const std::string &title,
                        const std::vector<Step> &steps, const std::string &what,
                        const std::vector<std::string> &env = {}) {
-    HarnessOptions options{.env = env, .root = root};
-    Harness *h = harness_start(options);
+    Harness *h = start_at_menu({.env = env, .root = root});
     ASSERT_NE(h, nullptr) << what;
-    EXPECT_TRUE(harness_wait_text(h, MENU_TEXT));
     // Whatever the files hold, the screen must not change the terminal's modes.
     const std::string modes = harness_terminal_modes(h);
     harness_type(h, std::string(1, menu_key));
@@ -62,9 +75,7 @@ inline void run_screen(const std::string &root, char menu_key, const std::string
     }
     EXPECT_TRUE(harness_wait_text(h, MENU_TEXT)) << what << "\n" << harness_screen(h);
     EXPECT_EQ(harness_terminal_modes(h), modes) << what;
-    harness_type(h, "x");
-    EXPECT_EQ(harness_wait_exit(h), 0) << what;
-    harness_stop(h);
+    quit(h);
 }
 
-} // namespace editors_e2e
+} // namespace e2e

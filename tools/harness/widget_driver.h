@@ -1,8 +1,8 @@
-// Shared pieces of the widget tests: run the widget driver, send keys.
+// The widget driver seen from a test: start it on a widget, type keys, read
+// the status rows it writes, end it.
 #pragma once
 
 #include "harness.h"
-#include "test_util.h"
 
 #include <gtest/gtest.h>
 
