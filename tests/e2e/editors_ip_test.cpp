@@ -44,54 +44,42 @@ struct IpCase {
 std::vector<IpCase> ip_cases() {
     const std::string unsorted = "zed             1.1.1.1\nalpha           10.0.0.1  \n";
     const std::vector<Step> remove = {{"d", "Delete this entry?"}, {"y{F6}"}};
+    const std::string beta = "Beta" + std::string(29, ' ') + "BETAPC" + std::string(20, ' ') + "1";
+    // A row per case reads as a table.
+    // clang-format off
     return {
         {"empty, cancel", ABSENT, {{"e", "There is nothing to edit."}, {" {Esc}"}}, ABSENT},
         {"fixed columns, sorted",
-         "gamma           10.1.1.1\nabc\nBeta" + std::string(29, ' ') + "BETAPC" +
-             std::string(20, ' ') + "1\nab              1.2.3.4   \n",
+         "gamma           10.1.1.1\nabc\n" + beta + "\nab              1.2.3.4   \n",
          {add("alpha", 0, "10.0.0.1"), {"{F6}"}},
          fixed("ab", "1.2.3.4", "", 0) + fixed("abc", "", "", 0) + ALPHA +
-             fixed("Beta", "", "BETAPC", 1) + fixed("gamma", "10.1.1.1", "", 0)},
+         fixed("Beta", "", "BETAPC", 1) + fixed("gamma", "10.1.1.1", "", 0)},
         {"unchanged", unsorted, {{"e{F6}{F6}"}}, unsorted},
         {"new file", ABSENT, {{"aa b/c{Tab}{Tab}1x 2.3{F6}{F6}"}}, fixed("abc", "12.3", "", 0)},
-        {"hawser not installed",
-         ALPHA,
+        {"hawser not installed", ALPHA,
          {{add("pc", 1, "HWS").keys, "The Ardovane PC Hawser software is not installed"},
-          {" {Esc}", "Lose changes"},
-          {"y{Esc}"}},
-         ALPHA},
-        {"hawser, samba, case",
-         ALPHA,
+          {" {Esc}", "Lose changes"}, {"y{Esc}"}}, ALPHA},
+        {"hawser, samba, case", ALPHA,
          {add("Alpha", 0, "9.9.9.9"), add("pc", 1, "HWS"), add("pd", 2, "SMB"), {"{F6}"}},
          ALPHA + fixed("Alpha", "9.9.9.9", "", 0) + fixed("pc", "", "HWS", 1) +
-             fixed("pd", "", "SMB", 2),
+         fixed("pd", "", "SMB", 2),
          true},
-        {"edit: own name only",
-         ALPHA + fixed("beta", "10.0.0.2", "", 0),
-         {{"e{Tab}{Tab}9{F6}"},
-          {"ebeta{Ctrl-E}{F6}", "An entry for this name already exists."},
-          {" {Esc}", "Lose changes"},
-          {"y{F6}"}},
+        {"edit: own name only", ALPHA + fixed("beta", "10.0.0.2", "", 0),
+         {{"e{Tab}{Tab}9{F6}"}, {"ebeta{Ctrl-E}{F6}", "An entry for this name already exists."},
+          {" {Esc}", "Lose changes"}, {"y{F6}"}},
          fixed("alpha", "90.0.0.1", "", 0) + fixed("beta", "10.0.0.2", "", 0)},
-        {"control bytes shown as stand-ins",
-         HOSTILE + ZETA,
+        {"control bytes shown as stand-ins", HOSTILE + ZETA,
          {{"", "?]2;PWNED?", shows({"??1h", "?2;C1?", "?[?1h", "?c", "pc??[2J"})}, {"{Esc}"}},
          HOSTILE + ZETA},
-        {"control bytes saved as read",
-         HOSTILE + ZETA,
-         {add("mid", 0, "10.0.0.9"), {"{F6}"}},
+        {"control bytes saved as read", HOSTILE + ZETA, {add("mid", 0, "10.0.0.9"), {"{F6}"}},
          HOSTILE + fixed("mid", "10.0.0.9", "", 0) + ZETA},
         {"no status program", ALPHA, remove, "", false, {"QXSTATPROG"}, 100},
         {"status fails", ALPHA, remove, "", false, {"QXSTATPROG=/bin/false"}, 0},
         // F2 as today's xterm sends it, ESC O Q, under the old name xterm-color.
-        {"xterm-color F2",
-         ALPHA,
-         {{"{F2}", "Delete this entry?"}, {"y{F6}"}},
-         "",
-         false,
-         {"TERM=xterm-color"},
-         100},
+        {"xterm-color F2", ALPHA, {{"{F2}", "Delete this entry?"}, {"y{F6}"}}, "", false,
+         {"TERM=xterm-color"}, 100},
     };
+    // clang-format on
 }
 
 using EditorsIpSession = testing::TestWithParam<IpCase>;

@@ -35,20 +35,16 @@ std::vector<LineCase> line_cases() {
     const std::string cmd76(76, 'y');
     // Lines that would drive the terminal if shown as they are, sorted.
     const std::string hostile = "\233?1h\n\2352;C1\234\n\033[?1h\n\033]0;PWNED\007\ncat\r\033[2J\n";
+    // A row per case reads as a table.
+    // clang-format off
     return {
         {"cancel writes nothing", false, ABSENT, {{"als{F6}{Esc}", "Lose all"}, {"y"}}, ABSENT},
         {"add creates the file", false, ABSENT, {{"als -l{F6}{F6}"}}, "ls -l\n"},
         {"no change, no write", false, "zeta\nalpha\n\nMid", {{"{F6}"}}, "zeta\nalpha\n\nMid"},
-        {"sorted, twins kept",
-         false,
-         "zcat\nBeta\n\na\nls",
-         {{"aLS{F6}{F6}"}},
+        {"sorted, twins kept", false, "zcat\nBeta\n\na\nls", {{"aLS{F6}{F6}"}},
          "\na\nBeta\nLS\nls\nzcat\n"},
-        {"control bytes shown as stand-ins",
-         false,
-         hostile,
-         {{"", "?]0;PWNED?", shows({"??1h", "?2;C1?", "?[?1h", "cat??[2J"})}, {"{Esc}"}},
-         hostile},
+        {"control bytes shown as stand-ins", false, hostile,
+         {{"", "?]0;PWNED?", shows({"??1h", "?2;C1?", "?[?1h", "cat??[2J"})}, {"{Esc}"}}, hostile},
         {"control bytes saved as read", false, hostile, {{"aw{F6}{F6}"}}, hostile + "w\n"},
         {"duplicate", false, "ls\n", refused("ls", "An entry for this item already exists."),
          "ls\n"},
@@ -58,18 +54,13 @@ std::vector<LineCase> line_cases() {
         {"99 allowed", true, env_lines(99), {{"aZ={F6}{F6}"}}, env_lines(99) + "Z=\n"},
         {"100 refused", true, env_lines(100), {{"a", max}, {" {Esc}"}}, env_lines(100)},
         {"120 kept", true, env_lines(120), {{"eW{F6}{F6}"}}, env_lines(120, 1) + "W1000=0\n"},
-        {"140 not edited",
-         false,
-         cmd140 + "\n",
-         {{"e", too_long}, {" aman{F6}{F6}"}},
+        {"140 not edited", false, cmd140 + "\n", {{"e", too_long}, {" aman{F6}{F6}"}},
          "man\n" + cmd140 + "\n"},
-        {"env 100 not edited",
-         true,
-         env100 + "\n",
-         {{"e", too_long}, {" aZ=1{F6}{F6}"}},
+        {"env 100 not edited", true, env100 + "\n", {{"e", too_long}, {" aZ=1{F6}{F6}"}},
          env100 + "\nZ=1\n"},
         {"76 edited whole", false, cmd76 + "\n", {{"ez{F6}{F6}"}}, "z" + cmd76.substr(1) + "\n"},
     };
+    // clang-format on
 }
 
 using EditorsLinesSession = testing::TestWithParam<LineCase>;
