@@ -75,9 +75,6 @@ std::vector<IpCase> ip_cases() {
          HOSTILE + fixed("mid", "10.0.0.9", "", 0) + ZETA},
         {"no status program", ALPHA, remove, "", false, {"QXSTATPROG"}, 100},
         {"status fails", ALPHA, remove, "", false, {"QXSTATPROG=/bin/false"}, 0},
-        // F2 as today's xterm sends it, ESC O Q, under the old name xterm-color.
-        {"xterm-color F2", ALPHA, {{"{F2}", "Delete this entry?"}, {"y{F6}"}}, "", false,
-         {"TERM=xterm-color"}, 100},
     };
     // clang-format on
 }
