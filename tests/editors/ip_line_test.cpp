@@ -45,19 +45,6 @@ TEST(IpLine, ParseAndFormat) {
     }
 }
 
-TEST(IpLine, ReadKeepsTextAfterANul) {
-    const char bytes[] = "a\0b\n\nx\0";
-    FILE *file = fmemopen(const_cast<char *>(bytes), sizeof bytes - 1, "r");
-    List *list = list_create(25);
-    ip_read_table(file, list);
-    fclose(file);
-    ASSERT_EQ(list_count(list), 3);
-    const char *want[] = {"ab", "", "x"};
-    for (int i = 0; i < 3; i++)
-        EXPECT_EQ(static_cast<const char *>(list_get(list, i)), pad(want[i], 60));
-    list_destroy(list);
-}
-
 TEST(IpFocus, OrderFollowsTheSelectedKind) {
     // Stops: 0 name, 1/3/5 radio buttons, 2 address, 4 Hawser name, 6 Samba name.
     const std::vector<std::vector<int>> forward = {

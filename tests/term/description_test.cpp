@@ -31,10 +31,6 @@ TEST(TcReadEntry, LinksAndSelection) {
     EXPECT_EQ(load_entry("xterm-256color:li#2:\n", "xterm"), -2);
     ASSERT_EQ(load_entry("t:li#24:tc=nowhere:\n"), 0);
     EXPECT_EQ(tc_num("li"), 24);
-    EXPECT_EQ(tc_links_cut(), 0);
-    ASSERT_EQ(load_entry("u|t:li#5:tc=v:\nv:co#1:tc=u:\n"), 0);
-    EXPECT_EQ(tc_num("co"), 1);
-    EXPECT_EQ(tc_links_cut(), 1) << "a loop is cut at the link limit, and says so";
 }
 
 TEST(TermInitFamily, CutsAtTheLastSeparator) {
