@@ -3,10 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <unistd.h>
@@ -54,16 +54,8 @@ template <typename Fn> std::string capture_stdout(Fn fn) {
 // Names a parameterized case after its `what` ("edit: own name only" gives
 // "edit_own_name_only"), so that ctest -R picks one scenario.
 struct CaseName {
-    template <typename Case>
-    std::string operator()(const testing::TestParamInfo<Case> &info) const {
-        std::string name;
-        for (const char *c = info.param.what; *c != '\0'; c++)
-            if (isalnum(static_cast<unsigned char>(*c)))
-                name += *c;
-            else if (!name.empty() && name.back() != '_')
-                name += '_';
-        if (!name.empty() && name.back() == '_')
-            name.pop_back();
-        return name;
+    template <typename Case> std::string operator()(const testing::TestParamInfo<Case> &info) const {
+        std::string name = std::regex_replace(info.param.what, std::regex("[^A-Za-z0-9]+"), "_");
+        return name.substr(0, name.find_last_not_of('_') + 1);
     }
 };

@@ -157,7 +157,6 @@ TEST(SupportLineFile, ReadPiecesAndOpenFailures) {
 
 TEST(SupportLineFile, WriteReplacesWholeOrNotAtAll) {
     std::string path = dir.file("existing", "a much longer old content\nthat must go\n");
-    chmod(path.c_str(), 0640);
     char msg[AV_MSG_MAX];
     List *list = list_of({"a", "", "b c"});
     EXPECT_EQ(write_line_file(path.c_str(), list, msg), 0);
@@ -172,7 +171,6 @@ TEST(SupportLineFile, WriteReplacesWholeOrNotAtAll) {
     list = list_create(25);
     EXPECT_EQ(write_line_file(path.c_str(), list, msg), 0);
     EXPECT_EQ(file_bytes(path), "");
-    EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0640));
     list_destroy(list);
     const Strings overlong = {"b", std::string(256, 'x'), "a"};
     list = list_of(overlong);
@@ -263,9 +261,7 @@ TEST(SupportReplace, KilledSaveLeavesOldOrNewWhole) {
     auto start = std::chrono::steady_clock::now();
     int status = 0;
     waitpid(save(), &status, 0);
-    long took = std::chrono::duration_cast<std::chrono::microseconds>(
-                    std::chrono::steady_clock::now() - start)
-                    .count();
+    long took = (std::chrono::steady_clock::now() - start) / std::chrono::microseconds(1);
     std::mt19937 random(4711);
     int kinds[2] = {0, 0}; // old, new
     for (int round = 0; round < 12; round++) {
