@@ -5,11 +5,13 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <regex>
 #include <sstream>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 // What file_bytes gives for a file that cannot be read.
 inline const std::string ABSENT = "<absent>";
@@ -19,6 +21,15 @@ inline std::string file_bytes(const std::string &path) {
     std::stringstream s;
     s << in.rdbuf();
     return in ? s.str() : ABSENT;
+}
+
+// The names in dir that start with prefix (".": temporary files left behind).
+inline std::vector<std::string> files_starting(const std::string &dir, const std::string &prefix) {
+    std::vector<std::string> names;
+    for (const auto &entry : std::filesystem::directory_iterator(dir))
+        if (entry.path().filename().string().starts_with(prefix))
+            names.push_back(entry.path().filename());
+    return names;
 }
 
 // A new file under /tmp holding bytes; the caller removes it.
@@ -54,7 +65,8 @@ template <typename Fn> std::string capture_stdout(Fn fn) {
 // Names a parameterized case after its `what` ("edit: own name only" gives
 // "edit_own_name_only"), so that ctest -R picks one scenario.
 struct CaseName {
-    template <typename Case> std::string operator()(const testing::TestParamInfo<Case> &info) const {
+    template <typename Case>
+    std::string operator()(const testing::TestParamInfo<Case> &info) const {
         std::string name = std::regex_replace(info.param.what, std::regex("[^A-Za-z0-9]+"), "_");
         return name.substr(0, name.find_last_not_of('_') + 1);
     }

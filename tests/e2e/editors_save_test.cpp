@@ -12,15 +12,6 @@ using namespace e2e;
 
 namespace {
 
-// Every name in dir that starts with a dot: a temporary file left behind.
-std::vector<std::string> hidden_files(const std::string &dir) {
-    std::vector<std::string> names;
-    for (const auto &entry : std::filesystem::directory_iterator(dir))
-        if (entry.path().filename().string().starts_with("."))
-            names.push_back(entry.path().filename());
-    return names;
-}
-
 TEST(EditorsSave, FullFileSystemKeepsOldFileAndScreenUntilThereIsRoom) {
     // The small file systems live in this test's own mount namespace.
     ASSERT_EQ(unshare(CLONE_NEWNS), 0);
@@ -58,14 +49,14 @@ TEST(EditorsSave, FullFileSystemKeepsOldFileAndScreenUntilThereIsRoom) {
         auto mend = [&](Harness *h) {
             EXPECT_TRUE(harness_wait_text(h, c.title)) << "the screen stays open";
             EXPECT_EQ(file_bytes(old), c.old);
-            EXPECT_EQ(hidden_files(dir), std::vector<std::string>{});
+            EXPECT_EQ(files_starting(dir, "."), std::vector<std::string>{});
             std::filesystem::remove(dir + "/filler");
         };
         run_screen(root, c.key, c.title, {{c.keys + "{F6}", c.error}, {" ", "", mend}, {"{F6}"}},
                    c.file);
         EXPECT_EQ(file_bytes(path), c.after);
         EXPECT_EQ(file_bytes(old), c.key == 'n' ? c.old : c.after);
-        EXPECT_EQ(hidden_files(dir), std::vector<std::string>{});
+        EXPECT_EQ(files_starting(dir, "."), std::vector<std::string>{});
         umount(dir.c_str());
     }
 }

@@ -179,18 +179,6 @@ TEST(SupportLineFile, WriteReplacesWholeOrNotAtAll) {
     EXPECT_EQ(entries(list), overlong) << "a refused sort leaves the list alone";
 }
 
-// Everything in dir.path whose name starts with prefix.
-Strings files_starting(const std::string &prefix) {
-    Strings out;
-    for (const auto &entry : std::filesystem::directory_iterator(dir.path)) {
-        std::string name = entry.path().filename();
-        if (name.starts_with(prefix)) {
-            out.push_back(name);
-        }
-    }
-    return out;
-}
-
 TEST(SupportReplace, OwnerGroupModeForOldNewAndLinkedFiles) {
     umask(022);
     enum Before { ABSENT, REGULAR, LINK };
@@ -229,7 +217,7 @@ TEST(SupportReplace, OwnerGroupModeForOldNewAndLinkedFiles) {
         EXPECT_EQ(st.st_mode & 07777, c.bits);
         EXPECT_EQ(file_bytes(path), "new\n");
         EXPECT_EQ(file_bytes(other), "someone else's\n") << "the link was followed";
-        EXPECT_EQ(files_starting(".owned"), Strings{}) << "temporary file left";
+        EXPECT_EQ(files_starting(dir.path, ".owned"), Strings{}) << "temporary file left";
     }
 }
 
@@ -274,7 +262,7 @@ TEST(SupportReplace, KilledSaveLeavesOldOrNewWhole) {
         std::string bytes = file_bytes(path);
         ASSERT_TRUE(bytes == old_bytes || bytes == new_bytes) << "round " << round;
         kinds[bytes == new_bytes]++;
-        Strings left = files_starting(".big");
+        Strings left = files_starting(dir.path, ".big");
         EXPECT_TRUE(left.empty() || signal_number == SIGKILL) << "round " << round;
         for (const std::string &name : left) {
             std::filesystem::remove(dir.path + "/" + name);
