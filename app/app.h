@@ -4,6 +4,8 @@
 
 #include "term/term.h"
 
+#include <cstdio>
+
 #define AV_VERSION "03.00.00"
 
 int app_main(int argc, char **argv);
@@ -16,7 +18,9 @@ void info_screen();
 // at path has a well-formed entry whose user ID is uid, 0 when it has none,
 // -1 when it cannot be read.
 int passwd_file_has_uid(const char *path, unsigned int uid);
+int passwd_stream_has_uid(FILE *file, unsigned int uid); // the same, from an open stream
 // 1 when the name-service configuration at path has the password database
 // read the local files (its "passwd:" line names "files" or "compat", or
 // there is no such line or no such file), else 0.
 int passwd_reads_files(const char *nsswitch_path);
+int passwd_stream_reads_files(FILE *file);

@@ -11,50 +11,60 @@ int passwd_file_has_uid(const char *path, unsigned int uid) {
     FILE *file = fopen(path, "r");
     if (file == nullptr)
         return -1;
+    int found = passwd_stream_has_uid(file, uid);
+    fclose(file);
+    return found;
+}
+
+int passwd_stream_has_uid(FILE *file, unsigned int uid) {
     // Only lines that the system library's own reader takes as entries count:
-    // name, password, a decimal user ID and at least four more fields. Lines
-    // it might read otherwise (comments, leading blanks, the "+" and "-"
-    // lines of compat mode) are passed over here, and so left to the
-    // database.
-    int found = 0;
+    // name, password, a decimal user ID, a decimal group ID and at least
+    // three more fields. Lines it might read otherwise (comments, leading
+    // blanks, the "+" and "-" lines of compat mode, a NUL byte, which ends
+    // the line for it) are passed over here, and so left to the database.
     int column = 0;
     int fields = 0;
     int digits = 0;
     int skip = 0;
-    unsigned long long value = 0;
+    unsigned long long ids[2] = {0, 0}; // user and group
     for (int c = getc(file);; c = getc(file)) {
         if (c == EOF || c == '\n') {
-            if (!skip && fields >= 6 && value == uid) {
-                found = 1;
-                break;
-            }
+            if (!skip && fields >= 6 && ids[0] == uid)
+                return 1;
             if (c == EOF)
-                break;
+                return 0;
             column = fields = digits = skip = 0;
-            value = 0;
+            ids[0] = ids[1] = 0;
             continue;
         }
-        if (column++ == 0 && strchr(" \t#+-:", c) != nullptr)
+        if ((column++ == 0 && strchr(" \t#+-:", c) != nullptr) || c == '\0')
             skip = 1;
         if (skip)
             continue;
+        int id_field = fields == 2 || fields == 3;
         if (c == ':') {
-            skip = fields == 2 && digits == 0;
+            skip = id_field && digits == 0;
             fields++;
-        } else if (fields == 2) {
-            value = value * 10 + static_cast<unsigned>(c - '0');
+            digits = 0;
+        } else if (id_field) {
+            unsigned long long &id = ids[fields - 2];
+            id = id * 10 + static_cast<unsigned>(c - '0');
             digits++;
-            skip = c < '0' || c > '9' || value > 0xFFFFFFFFull;
+            skip = c < '0' || c > '9' || id > 0xFFFFFFFFull;
         }
     }
-    fclose(file);
-    return found;
 }
 
 int passwd_reads_files(const char *nsswitch_path) {
     FILE *file = fopen(nsswitch_path, "r");
     if (file == nullptr) // without the file the system library reads the files
         return errno == ENOENT ? 1 : 0;
+    int files = passwd_stream_reads_files(file);
+    fclose(file);
+    return files;
+}
+
+int passwd_stream_reads_files(FILE *file) {
     // A word longer than any compared one is cut to nothing, so matches none.
     char word[8];
     int length = 0;
@@ -87,7 +97,6 @@ int passwd_reads_files(const char *nsswitch_path) {
         if (c == EOF)
             break;
     }
-    fclose(file);
     // No "passwd:" line: the system library's default reads the files.
     return files || !seen;
 }

@@ -32,6 +32,10 @@ TEST(AppUserLookup, PasswdFile) {
         {"root:x::0::/:\n", 0, 0},    // no user ID
         {"root:x:0x0:0::/:\n", 0, 0}, // not decimal
         {"root:x:0 :0::/:\n", 0, 0},
+        {"root:x:0:::/:\n", 0, 0}, // no group ID
+        {"root:x:0:0x::/:\n", 0, 0},
+        {"root:x:0:4294967296::/:\n", 0, 0},
+        {std::string("root:x:0\0:0::/:\n", 16), 0, 0}, // the line ends at the NUL for the library
         // A line longer than any buffer is one line: its tail is no entry.
         {"u:x:7:7:" + std::string(9000, 'g') + "\n" + "v:x:8:8:" + std::string(5000, 'h') +
              "root:x:0:0::/:\n",
