@@ -118,6 +118,9 @@ int table_open(TableScreen *screen, const TableLayout *layout) {
         message_box(1, "Note", "Another session is editing the configuration; try again later.");
         return -1;
     }
+    if (screen->lock >= 0) {
+        replace_remove_stale(AV_PATH_CONFIG_DIR);
+    }
     term_cursor_off();
     insert_mode = 0;
     screen->window = win_create(-1, "", 0, 0, 24, 80);

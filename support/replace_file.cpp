@@ -5,7 +5,9 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <cctype>
 #include <cstring>
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
@@ -152,6 +154,43 @@ void replace_cleanup() {
     if (pending_set) {
         unlink(pending);
     }
+}
+
+namespace {
+
+// ".<name>.XXXXXX" as replace_open makes it, for a name without dots.
+bool is_temporary_name(const char *name) {
+    const char *dot = name[0] == '.' ? strchr(name + 1, '.') : nullptr;
+    if (dot == nullptr || dot == name + 1 || strlen(dot + 1) != 6) {
+        return false;
+    }
+    for (const char *c = dot + 1; *c != '\0'; c++) {
+        if (!isalnum(static_cast<unsigned char>(*c))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+void replace_remove_stale(const char *dir) {
+    int dir_fd = open(dir, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    DIR *entries = dir_fd >= 0 ? fdopendir(dir_fd) : nullptr;
+    if (entries == nullptr) {
+        if (dir_fd >= 0) {
+            close(dir_fd);
+        }
+        return;
+    }
+    for (struct dirent *entry; (entry = readdir(entries)) != nullptr;) {
+        struct stat st;
+        if (is_temporary_name(entry->d_name) &&
+            fstatat(dir_fd, entry->d_name, &st, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(st.st_mode)) {
+            ignore_failure(unlinkat(dir_fd, entry->d_name, 0));
+        }
+    }
+    closedir(entries);
 }
 
 int lock_directory(const char *path) {

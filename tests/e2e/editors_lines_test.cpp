@@ -104,10 +104,12 @@ namespace {
 TEST(EditorsLines, SecondSessionIsKeptOutWhileTheFirstEdits) {
     std::string root = harness_new_root(), path = root + "/conduvia/config/commands";
     write_file(path, "ls\n");
+    write_file(root + "/conduvia/config/.env.k1LLed", "left by a save cut short\n");
     Harness *first = start_at_menu({.root = root}), *second = start_at_menu({.root = root});
     ASSERT_TRUE(first != nullptr && second != nullptr);
     harness_type(first, "c");
     ASSERT_TRUE(harness_wait_text(first, "Authorized UNIX Commands"));
+    EXPECT_EQ(files_starting(root + "/conduvia/config", "."), std::vector<std::string>{});
     harness_type(second, "c");
     EXPECT_TRUE(harness_wait_text(
         second, "Another session is editing the configuration; try again later."));

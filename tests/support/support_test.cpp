@@ -262,13 +262,15 @@ TEST(SupportReplace, KilledSaveLeavesOldOrNewWhole) {
         std::string bytes = file_bytes(path);
         ASSERT_TRUE(bytes == old_bytes || bytes == new_bytes) << "round " << round;
         kinds[bytes == new_bytes]++;
-        Strings left = files_starting(dir.path, ".big");
-        EXPECT_TRUE(left.empty() || signal_number == SIGKILL) << "round " << round;
-        for (const std::string &name : left) {
-            std::filesystem::remove(dir.path + "/" + name);
-        }
+        EXPECT_TRUE(files_starting(dir.path, ".big").empty() || signal_number == SIGKILL);
+        replace_remove_stale(dir.path.c_str()); // what a SIGKILL leaves
+        EXPECT_EQ(files_starting(dir.path, ".big"), Strings{}) << "round " << round;
     }
     EXPECT_GT(kinds[0], 0) << "no save was cut short";
+    dir.file(".big.Zz09aB", "");
+    dir.file(".big.other", "");
+    replace_remove_stale(dir.path.c_str());
+    EXPECT_EQ(files_starting(dir.path, ".big"), Strings{".big.other"}) << "not of our making";
     list_destroy(old_list);
     list_destroy(new_list);
 }
