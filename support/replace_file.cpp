@@ -14,6 +14,10 @@
 
 namespace {
 
+// Marks the temporary files of replacements, so that those left behind can be
+// told from anything else in the directory.
+constexpr char TEMP_MARK[] = ".avconfig-";
+
 // The temporary file of the replacement under way, for replace_cleanup. It is
 // marked only once created, so a handler never removes a file that is not ours.
 char pending[sizeof ReplaceFile::temp];
@@ -60,14 +64,15 @@ int replace_open(ReplaceFile *file, const char *path, const char *user, const ch
     size_t length = strlen(path);
     const char *slash = strrchr(path, '/');
     size_t dir_length = slash != nullptr ? static_cast<size_t>(slash - path) + 1 : 0;
-    // "<dir>/.<name>.XXXXXX": hidden, and in the same file system as the file.
-    if (length >= sizeof file->path || length + 9 >= sizeof file->temp) {
+    // "<dir>/.<name>.avconfig-XXXXXX": hidden, and in the same file system as
+    // the file.
+    if (length >= sizeof file->path || length + sizeof TEMP_MARK + 7 >= sizeof file->temp) {
         errno = ENAMETOOLONG;
         return -1;
     }
     memcpy(file->path, path, length + 1);
-    snprintf(file->temp, sizeof file->temp, "%.*s.%s.XXXXXX", static_cast<int>(dir_length), path,
-             path + dir_length);
+    snprintf(file->temp, sizeof file->temp, "%.*s.%s%sXXXXXX", static_cast<int>(dir_length), path,
+             path + dir_length, TEMP_MARK);
 
     struct stat old;
     bool had_old = lstat(path, &old) == 0;
@@ -158,13 +163,15 @@ void replace_cleanup() {
 
 namespace {
 
-// ".<name>.XXXXXX" as replace_open makes it, for a name without dots.
+// ".<name>.avconfig-XXXXXX" as replace_open makes it.
 bool is_temporary_name(const char *name) {
-    const char *dot = name[0] == '.' ? strchr(name + 1, '.') : nullptr;
-    if (dot == nullptr || dot == name + 1 || strlen(dot + 1) != 6) {
+    size_t length = strlen(name);
+    size_t mark = sizeof TEMP_MARK - 1;
+    if (name[0] != '.' || length < mark + 8 ||
+        strncmp(name + length - 6 - mark, TEMP_MARK, mark) != 0) {
         return false;
     }
-    for (const char *c = dot + 1; *c != '\0'; c++) {
+    for (const char *c = name + length - 6; *c != '\0'; c++) {
         if (!isalnum(static_cast<unsigned char>(*c))) {
             return false;
         }

@@ -187,8 +187,8 @@ void replace_abandon(ReplaceFile *file);
 // Async-signal-safe: removes the temporary file of a replacement still under
 // way, for a handler that ends the process.
 void replace_cleanup();
-// Removes the temporary files that replacements cut short by SIGKILL or a
-// crash left in dir. Only while holding the directory's lock, so that no
+// Removes the temporary files (".<name>.avconfig-XXXXXX") that replacements
+// cut short by SIGKILL or a crash left in dir. Only while holding the directory's lock, so that no
 // save is under way there.
 void replace_remove_stale(const char *dir);
 

@@ -104,7 +104,7 @@ namespace {
 TEST(EditorsLines, SecondSessionIsKeptOutWhileTheFirstEdits) {
     std::string root = harness_new_root(), path = root + "/conduvia/config/commands";
     write_file(path, "ls\n");
-    write_file(root + "/conduvia/config/.env.k1LLed", "left by a save cut short\n");
+    write_file(root + "/conduvia/config/.env.avconfig-k1LLed", "left by a save cut short\n");
     Harness *first = start_at_menu({.root = root}), *second = start_at_menu({.root = root});
     ASSERT_TRUE(first != nullptr && second != nullptr);
     harness_type(first, "c");

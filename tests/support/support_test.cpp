@@ -267,10 +267,10 @@ TEST(SupportReplace, KilledSaveLeavesOldOrNewWhole) {
         EXPECT_EQ(files_starting(dir.path, ".big"), Strings{}) << "round " << round;
     }
     EXPECT_GT(kinds[0], 0) << "no save was cut short";
-    dir.file(".big.Zz09aB", "");
-    dir.file(".big.other", "");
+    dir.file(".big.avconfig-Zz09aB", "");
+    dir.file(".big.backup", "");
     replace_remove_stale(dir.path.c_str());
-    EXPECT_EQ(files_starting(dir.path, ".big"), Strings{".big.other"}) << "not of our making";
+    EXPECT_EQ(files_starting(dir.path, ".big"), Strings{".big.backup"}) << "not of our making";
     list_destroy(old_list);
     list_destroy(new_list);
 }
