@@ -40,6 +40,8 @@ APP = "terminfo gives the keypad-transmit form; the default mode sends these"
 OLD_XTERM = "an X11R5/R6-era description now run on xterm, which does this"
 VT100_PF = "a VT100 has no F5-F10: terminfo names keypad keys that send digits in the \
 default mode; emulators set to vt100 send these"
+VT420_F = "terminfo counts the keys from F6 on as kf5 on; the keys labelled F6 to F10 \
+send these, as on a VT220, and F6 must save"
 DIFFERENCES = [(".*", "kcuu1", ESC + "OA", ESC + "[A", APP),
                (".*", "kcud1", ESC + "OB", ESC + "[B", APP),
                (".*", "kcuf1", ESC + "OC", ESC + "[C", APP),
@@ -56,6 +58,9 @@ DIFFERENCES = [(".*", "kcuu1", ESC + "OA", ESC + "[A", APP),
                 ESC + "O" + "PQRS"[i - 1], OLD_XTERM) for i in range(1, 5)] + \
               [("vt10[02].*", "kf%d" % i, ESC + "O" + "tuvlwx"[i - 5], ESC + "[%d~" % n, VT100_PF)
                for i, n in zip(range(5, 11), [15, 17, 18, 19, 20, 21])] + \
+              [("vt(4|5)[0-9]+", "kf%d" % i, ESC + "[%d~" % t, ESC + "[%d~" % n, VT420_F)
+               for i, t, n in zip(range(5, 11), [17, 18, 19, 20, 21, 29],
+                                  [15, 17, 18, 19, 20, 21])] + \
               [("vt52", "kf%d" % i, ESC + "?" + "tuvwx"[i - 5], None,
                 "the VT52 keypad sends digits in its default mode") for i in range(5, 10)]
 # Debian 12's ncurses-base: every one but dumb must have an entry of its own.
