@@ -39,7 +39,7 @@ void run_print_command() {
         close(null_fd);
     }
     // The status is not looked at: the user is told the same in every case.
-    (void)system(PRINT_COMMAND);
+    ignore_failure(system(PRINT_COMMAND));
     if (saved_out >= 0) {
         dup2(saved_out, 1);
         close(saved_out);
