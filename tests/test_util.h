@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <regex>
+#include <cctype>
 #include <sstream>
 #include <string>
 #include <unistd.h>
@@ -67,7 +67,11 @@ template <typename Fn> std::string capture_stdout(Fn fn) {
 struct CaseName {
     template <typename Case>
     std::string operator()(const testing::TestParamInfo<Case> &info) const {
-        std::string name = std::regex_replace(info.param.what, std::regex("[^A-Za-z0-9]+"), "_");
-        return name.substr(0, name.find_last_not_of('_') + 1);
+        std::string name;
+        for (const char *c = info.param.what; *c != '\0'; c++)
+            if (isalnum(static_cast<unsigned char>(*c)))
+                name += (name.empty() || isalnum(static_cast<unsigned char>(c[-1])) ? "" : "_") +
+                        std::string(1, *c);
+        return name;
     }
 };
