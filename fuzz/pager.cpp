@@ -54,13 +54,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         __builtin_trap();
     fclose(file);
 
-    // Output off while the pager draws: every line it draws refreshes the
-    // whole window, and sending it each time would cost more than all the
-    // rest. The window target covers sending; here the screen goes out once,
-    // at the end, and must still hold no control byte.
+    // Every line the pager draws refreshes its whole window. The window hangs
+    // below the screen with only its top border row on it, so that those
+    // refreshes compose one row rather than the whole window; and output is
+    // off while the pager draws. The window target covers composing and
+    // sending; here the window's own cells are checked, and the screen goes
+    // out once, at the end, and must still hold no control byte.
     term_screen_state(0);
     int columns = width < 8 ? 8 : width;
-    int window = win_create(-1, "", 0, 0, rows + 2, columns);
+    int window = win_create(-1, "", WIN_SCREEN_ROWS - 1, 0, rows + 2, columns);
     Pager pager;
     pager_init(&pager);
     pager.window = window;
