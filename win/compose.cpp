@@ -37,10 +37,10 @@ void copy_cells(Window *screen, Window *w, const WinRect &area) {
         Cell *image = screen->cells + y * WIN_SCREEN_COLUMNS;
         const Cell *source =
             w == screen ? nullptr : w->cells + (y - w->screen_row) * w->columns - w->screen_column;
+        // The mark takes part in the comparison: a cell still waiting to be
+        // sent is rewritten and stays marked; an equal sent cell costs nothing.
         for (int x = r.column; x < r.column + r.columns; x++) {
             uint32_t from = source ? std::bit_cast<uint32_t>(source[x]) : blank;
-            // The mark takes part in the comparison: a cell still waiting to be
-            // sent is rewritten and stays marked; an equal sent cell costs nothing.
             if (std::bit_cast<uint32_t>(image[x]) != from)
                 image[x] = std::bit_cast<Cell>(from | mark);
         }
