@@ -1,6 +1,7 @@
 #!/bin/bash
 # Runs every fuzz target of a fuzz build and prints, per target, the
-# executions, the executions per second, the findings and the seconds taken.
+# executions, the executions per second, the findings and the seconds taken
+# (with the replay, if any).
 #   tools/fuzz_run.sh BUILD_DIR SECONDS [RUNS [REPLAY_BUILD_DIR]]
 # With RUNS (-1: no limit), each target stops after that many executions (or
 # SECONDS, if that comes first). With REPLAY_BUILD_DIR, every input of the
@@ -51,8 +52,9 @@ for f in "$build"/fuzz/fuzz_*; do
         "$replay/fuzz/fuzz_$name" -runs=0 -max_len=$max_len -timeout=10 -rss_limit_mb=2048 \
             -artifact_prefix="$replayed" "$work" >"$build/$name-replay.log" 2>&1 ||
             [ -n "$(find "$replayed" -type f)" ] || echo crashed >"$replayed/replay-failed"
-        found=$((found + $(find "$replayed" -type f | wc -l)))
-        [ "$found" -eq 0 ] || tail -n 30 "$build/$name-replay.log"
+        replay_found=$(find "$replayed" -type f | wc -l)
+        found=$((found + replay_found))
+        [ "$replay_found" -eq 0 ] || tail -n 30 "$build/$name-replay.log"
     fi
     total=$((total + found))
     printf '%-10s %12s %10s %9s %8s\n' "$name" "${executions:-?}" "${speed:-?}" "$found" \
