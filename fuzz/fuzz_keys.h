@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "fuzz_memory.h"
 #include "term/term.h"
 
 inline const uint8_t *fuzz_keys;
@@ -34,4 +35,5 @@ inline void fuzz_type(const uint8_t *keys, size_t size, size_t burst) {
     fuzz_keys_burst = burst;
     fuzz_keys_finished = false;
     key_set_source(fuzz_key_source);
+    fuzz_quiet_stdout();
 }

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "fuzz_memory.h"
 #include "term/term.h"
 #include "term/term_internal.h"
 #include "win/win_internal.h"
@@ -53,8 +54,6 @@ inline void fuzz_screen_start() {
     term_screen_strings();
     key_init();
     term_set_writer(fuzz_sink);
-    // The bell goes through the standard output stream.
-    if (freopen("/dev/null", "w", stdout) == nullptr)
-        __builtin_trap();
+    fuzz_quiet_stdout();
     term_blank_screen();
 }

@@ -13,17 +13,17 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     size = fuzz_first_lines(data, size, 16);
     std::vector<std::string> want;
-    std::string piece;
-    size_t taken = 0;
+    char piece[150];
+    size_t length = 0, taken = 0;
     for (size_t i = 0; i < size; i++) {
         taken++;
         if (data[i] != '\n' && data[i] != 0)
-            piece += static_cast<char>(data[i]);
+            piece[length++] = static_cast<char>(data[i]);
         if (data[i] == '\n' || taken == 149 || i + 1 == size) {
-            piece.resize(piece.size() < 60 ? 60 : piece.size(), ' ');
-            want.push_back(piece);
-            piece.clear();
-            taken = 0;
+            for (; length < 60; length++)
+                piece[length] = ' ';
+            want.emplace_back(piece, length);
+            length = taken = 0;
         }
     }
     FILE *file = fuzz_memory_file(data, size);

@@ -101,21 +101,29 @@ int write_line_file(const char *path, List *list, char *msg) {
         message_path(msg, "Could not open: %s", path != nullptr ? path : "");
         return -1;
     }
+    if (write_line_stream(file.stream, list, msg) != 0) {
+        replace_abandon(&file);
+        return -1;
+    }
+    if (replace_commit(&file) != 0) {
+        message_path(msg, "Could not write: %s", path);
+        return -1;
+    }
+    return 0;
+}
+
+int write_line_stream(FILE *file, List *list, char *msg) {
     int count = list_count(list);
     for (int i = 0; i < count; i++) {
         const char *text = static_cast<const char *>(list_get(list, i));
         if (text == nullptr) {
             message(msg, "Error retrieving data from list!");
-            replace_abandon(&file);
             return -1;
         }
-        if (fprintf(file.stream, "%s\n", text) < 0) {
+        // A failed write leaves the stream's error flag set for the caller.
+        if (fprintf(file, "%s\n", text) < 0) {
             break;
         }
-    }
-    if (replace_commit(&file) != 0) {
-        message_path(msg, "Could not write: %s", path);
-        return -1;
     }
     return 0;
 }

@@ -130,6 +130,9 @@ int read_line_stream(FILE *file, const char *path, List *list, const char *prefi
 constexpr int LINE_PIECE_MAX = 149;
 int read_line_piece(FILE *file, char *piece);
 int write_line_file(const char *path, List *list, char *msg);
+// Each entry and a newline; -1 when an entry is missing. A write error stops
+// the writing and is left in the stream's error flag.
+int write_line_stream(FILE *file, List *list, char *msg);
 int list_add_string(const char *text, List *list, char *msg);
 int list_find_string(const char *text, int mode, List *list);
 int sort_string_list(List *list, char *msg);

@@ -63,11 +63,12 @@ bool at_field_end(int pos) {
 
 int tc_find(const char *name) {
     size_t n = strlen(name);
-    for (int i = 0; i < entry_len; ++i) {
-        if (entry[i] != ':')
-            continue;
-        if (strncmp(entry + i + 1, name, n) == 0)
-            return i + 1 + static_cast<int>(n);
+    // From field to field, testing the first letter before the name: a lookup
+    // meets every field of the entry, and the start-up makes some sixty.
+    const char *end = entry + entry_len;
+    for (const char *p = entry; (p = static_cast<const char *>(memchr(p, ':', end - p))); ++p) {
+        if ((n == 0 || p[1] == name[0]) && strncmp(p + 1, name, n) == 0)
+            return static_cast<int>(p - entry) + 1 + static_cast<int>(n);
     }
     return -1;
 }

@@ -1,17 +1,27 @@
 #!/bin/bash
 # Runs every fuzz target of a fuzz build and prints, per target, the
-# executions, the executions per second and the findings.
-#   tools/fuzz_run.sh BUILD_DIR SECONDS [RUNS]
-# With RUNS, each target stops after that many executions (or SECONDS, if
-# that comes first). Findings (crash, timeout, leak, out-of-memory inputs)
-# go to BUILD_DIR/findings/<target>/; the status is 1 when there are any.
+# executions, the executions per second, the findings and the seconds taken
+# (with the replay, if any).
+#   tools/fuzz_run.sh BUILD_DIR SECONDS [RUNS [REPLAY_BUILD_DIR]]
+# With RUNS (-1: no limit), each target stops after that many executions (or
+# SECONDS, if that comes first). With REPLAY_BUILD_DIR, every input of the
+# target's corpus is then run once through that build's target, and what
+# fails there counts as a finding too. Findings (crash, timeout, leak,
+# out-of-memory inputs) go to BUILD_DIR/findings/<target>/, those of the
+# replay to BUILD_DIR/findings/<target>-replay/; the status is 1 when there
+# are any.
 set -u
-build=$1 seconds=$2 runs=${3:--1}
+build=$1 seconds=$2 runs=${3:--1} replay=${4:-}
 # The allocator's fill of new blocks and a large quarantine cost more than
 # the checks they add here; they dominated the line-list targets.
 export ASAN_OPTIONS=${ASAN_OPTIONS:-max_malloc_fill_size=0:quarantine_size_mb=32}
+# Without the sanitizer's allocator, the C library's gives memory back to the
+# system whenever the top of the heap is free, and takes it again, page
+# fault by page fault, on the next input: a third of the drawing targets' time.
+export MALLOC_TRIM_THRESHOLD_=${MALLOC_TRIM_THRESHOLD_:-1073741824}
+export MALLOC_TOP_PAD_=${MALLOC_TOP_PAD_:-16777216}
 total=0
-printf '%-10s %12s %10s %9s\n' target executions exec/s findings
+printf '%-10s %12s %10s %9s %8s\n' target executions exec/s findings seconds
 for f in "$build"/fuzz/fuzz_*; do
     [ -x "$f" ] || continue
     name=${f##*/fuzz_}
@@ -22,6 +32,7 @@ for f in "$build"/fuzz/fuzz_*; do
     # Descriptions reach their 4096-character limit only in larger inputs.
     max_len=1024
     [ "$name" = termdef ] && max_len=8192
+    start=$SECONDS
     # -entropic=0: the entropic schedule's bookkeeping took more than half
     # the time of the small targets; at these speeds plain scheduling finds
     # more per minute.
@@ -34,8 +45,20 @@ for f in "$build"/fuzz/fuzz_*; do
     [ -n "$executions" ] || executions=$(grep -o '^#[0-9]*' "$log" | tail -n 1 | tr -d '#')
     [ -n "$speed" ] || speed=$(grep -o 'exec/s: [0-9]*' "$log" | tail -n 1 | cut -d' ' -f2)
     found=$(find "$findings" -type f | wc -l)
+    if [ -n "$replay" ] && [ -x "$replay/fuzz/fuzz_$name" ]; then
+        replayed=$build/findings/$name-replay/
+        mkdir -p "$replayed"
+        # -runs=0: each input of the corpus once, no mutation.
+        "$replay/fuzz/fuzz_$name" -runs=0 -max_len=$max_len -timeout=10 -rss_limit_mb=2048 \
+            -artifact_prefix="$replayed" "$work" >"$build/$name-replay.log" 2>&1 ||
+            [ -n "$(find "$replayed" -type f)" ] || echo crashed >"$replayed/replay-failed"
+        replay_found=$(find "$replayed" -type f | wc -l)
+        found=$((found + replay_found))
+        [ "$replay_found" -eq 0 ] || tail -n 30 "$build/$name-replay.log"
+    fi
     total=$((total + found))
-    printf '%-10s %12s %10s %9s\n' "$name" "${executions:-?}" "${speed:-?}" "$found"
+    printf '%-10s %12s %10s %9s %8s\n' "$name" "${executions:-?}" "${speed:-?}" "$found" \
+        $((SECONDS - start))
     [ "$found" -eq 0 ] || tail -n 30 "$log"
 done
 [ "$total" -eq 0 ]

@@ -2,6 +2,7 @@
 // where no later sibling, child or shown window covers them.
 #include "win/win_internal.h"
 
+#include <bit>
 #include <cstdint>
 
 WinRect win_rect_of(const Window *w) {
@@ -28,21 +29,20 @@ void copy_cells(Window *screen, Window *w, const WinRect &area) {
     WinRect r;
     if (win_clip(area, win_rect_of(w), &r) < 0 || win_clip(r, WIN_SCREEN_RECT, &r) < 0)
         return;
-    const Cell blank{' ', 0, WIN_BLANK_COLOUR, 0};
+    // A cell is compared and copied as one word: this loop runs for every
+    // cell of every refresh.
+    const uint32_t blank = std::bit_cast<uint32_t>(Cell{' ', 0, WIN_BLANK_COLOUR, 0});
+    const uint32_t mark = std::bit_cast<uint32_t>(Cell{0, ATTR_CHANGED, 0, 0});
     for (int y = r.row; y < r.row + r.rows; y++) {
         Cell *image = screen->cells + y * WIN_SCREEN_COLUMNS;
         const Cell *source =
             w == screen ? nullptr : w->cells + (y - w->screen_row) * w->columns - w->screen_column;
+        // The mark takes part in the comparison: a cell still waiting to be
+        // sent is rewritten and stays marked; an equal sent cell costs nothing.
         for (int x = r.column; x < r.column + r.columns; x++) {
-            const Cell &from = source ? source[x] : blank;
-            Cell &to = image[x];
-            // The mark takes part in the comparison: a cell still waiting to be
-            // sent is rewritten and stays marked; an equal sent cell costs nothing.
-            if (to.character != from.character || to.attribute != from.attribute ||
-                to.colour != from.colour || to.join != from.join) {
-                to = from;
-                to.attribute |= ATTR_CHANGED;
-            }
+            uint32_t from = source ? std::bit_cast<uint32_t>(source[x]) : blank;
+            if (std::bit_cast<uint32_t>(image[x]) != from)
+                image[x] = std::bit_cast<Cell>(from | mark);
         }
     }
 }

@@ -80,6 +80,14 @@ void append_switch(RunBuffer &b, const SendStrings &t, int from, int to) {
         append(b, t.line[LS_GS]);
 }
 
+// The first changed cell of row from x on, or end: most of a refresh's
+// cells have not changed.
+int next_changed(const Cell *row, int x, int end) {
+    while (x < end && !(row[x].attribute & ATTR_CHANGED))
+        x++;
+    return x;
+}
+
 } // namespace
 
 int win_send(Window *screen, const WinRect &area) {
@@ -96,11 +104,7 @@ int win_send(Window *screen, const WinRect &area) {
         Cell *row = screen->cells + y * WIN_SCREEN_COLUMNS;
         int x = r.column;
         int end = r.column + r.columns;
-        while (x < end) {
-            if (!(row[x].attribute & ATTR_CHANGED)) {
-                x++;
-                continue;
-            }
+        while ((x = next_changed(row, x, end)) < end) {
             b.length = 0;
             int start = x;
             append(b, text_of(term_goto(y, x)));

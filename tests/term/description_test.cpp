@@ -33,6 +33,24 @@ TEST(TcReadEntry, LinksAndSelection) {
     EXPECT_EQ(tc_num("li"), 24);
 }
 
+TEST(TcFind, FieldsAnywhereInTheEntry) {
+    // The lookup goes from colon to colon and tests the first letter first:
+    // fields at either end, after empty ones, and behind near misses.
+    const std::tuple<const char *, const char *, int> cases[] = {
+        {"t:li#7:co#80:\n", "li", 7},    {"t:li#7:co#80\n", "co", 80},
+        {"t:::li#4::\n", "li", 4},       {"t:lx#1:l#2:li#3:\n", "li", 3},
+        {"t:lx#1:l#2:li#3:\n", "l", -1}, {"t:xli#1:li#5:\n", "li", 5},
+        {"t:co#1:\n", "li", -1},         {"t:li:\n", "li", -1},
+        {"t|li#9:co#1:\n", "li", -1}, // the names are not a field
+    };
+    for (const auto &[entry, name, want] : cases) {
+        ASSERT_EQ(load_entry(entry), 0) << entry;
+        EXPECT_EQ(tc_num(name), want) << entry << " " << name;
+    }
+    ASSERT_EQ(load_entry("t:bs:\n"), 0);
+    EXPECT_EQ(tc_flag(""), 0) << "an empty name meets the first field, which is not empty";
+}
+
 TEST(TermInitFamily, CutsAtTheLastSeparator) {
     const std::pair<const char *, int> cases[] = {{"screen.linux", 3}, {"xterm-256color-italic", 1},
                                                   {"xterm+a.b-c", 2},  {"screen-", 3},
