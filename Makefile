@@ -22,6 +22,8 @@ FUZZ_SMOKE_SECONDS ?= 8
 FUZZ_SECONDS ?= 60
 # make fuzz FUZZ_RUNS=10000000: stop each target after that many executions.
 FUZZ_RUNS ?= -1
+# make fuzz FUZZ_TARGETS="win pager": those targets only (default: all).
+FUZZ_TARGETS ?=
 SANDBOX := $(CURDIR)/$(BUILD)/root
 # What building and running the program needs: a fresh Debian 12 has only make.
 RUN_PACKAGES := cmake ninja-build g++
@@ -89,7 +91,7 @@ fuzz-smoke: build-fuzz
 # keeps is then run through the sanitized build: a memory error still shows,
 # as a finding of the replay.
 fuzz: build-fuzz build-fuzz-fast
-	tools/fuzz_run.sh $(FUZZ_FAST_BUILD) $(FUZZ_SECONDS) $(FUZZ_RUNS) $(FUZZ_BUILD)
+	FUZZ_TARGETS="$(FUZZ_TARGETS)" tools/fuzz_run.sh $(FUZZ_FAST_BUILD) $(FUZZ_SECONDS) $(FUZZ_RUNS) $(FUZZ_BUILD)
 
 unit-test: BUILD_OPTIONS = $(TEST_OPTIONS)
 unit-test: build

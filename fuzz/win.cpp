@@ -52,7 +52,7 @@ void forget_dead() {
 
 // The checks are not what is being fuzzed: kept out of the coverage and of
 // the undefined-behaviour checks, which cost more than the cells checked.
-__attribute__((no_sanitize("coverage", "undefined"))) void check_cells(int id) {
+__attribute__((noinline, no_sanitize("coverage", "undefined"))) void check_cells(int id) {
     Window *w = win_lookup(id);
     if (w == nullptr)
         return;
@@ -64,7 +64,7 @@ __attribute__((no_sanitize("coverage", "undefined"))) void check_cells(int id) {
 }
 
 // With output on, every cell but the guarded bottom-right one has been sent.
-__attribute__((no_sanitize("coverage", "undefined"))) void check_screen() {
+__attribute__((noinline, no_sanitize("coverage", "undefined"))) void check_screen() {
     Window *screen = win_lookup(0);
     for (int i = 0; i < WIN_SCREEN_ROWS * WIN_SCREEN_COLUMNS - 1; i++)
         if (screen->cells[i].attribute & ATTR_CHANGED)

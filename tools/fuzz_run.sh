@@ -9,7 +9,7 @@
 # fails there counts as a finding too. Findings (crash, timeout, leak,
 # out-of-memory inputs) go to BUILD_DIR/findings/<target>/, those of the
 # replay to BUILD_DIR/findings/<target>-replay/; the status is 1 when there
-# are any.
+# are any. FUZZ_TARGETS="a b" runs those targets only.
 set -u
 build=$1 seconds=$2 runs=${3:--1} replay=${4:-}
 # The allocator's fill of new blocks and a large quarantine cost more than
@@ -25,6 +25,7 @@ printf '%-10s %12s %10s %9s %8s\n' target executions exec/s findings seconds
 for f in "$build"/fuzz/fuzz_*; do
     [ -x "$f" ] || continue
     name=${f##*/fuzz_}
+    [ -z "${FUZZ_TARGETS:-}" ] || [[ " $FUZZ_TARGETS " == *" $name "* ]] || continue
     work=$build/corpus/$name findings=$build/findings/$name/ log=$build/$name.log
     mkdir -p "$work" "$findings"
     seeds=
