@@ -16,8 +16,9 @@ namespace {
 // A "#" in want (marks only) stands for a line piece. Checks are not what is
 // being fuzzed: kept out of the coverage.
 __attribute__((noinline, no_sanitize("coverage"))) void expect_row(int window, int row, int column,
-                                                         const std::string &want, int attribute,
-                                                         bool marks = false) {
+                                                                   const std::string &want,
+                                                                   int attribute,
+                                                                   bool marks = false) {
     Window *w = win_lookup(window);
     for (size_t i = 0; i < want.size(); i++) {
         const Cell &cell = w->cells[row * w->columns + column + static_cast<int>(i)];
