@@ -229,7 +229,12 @@ void key_init() {
     key_bind("\033/", 2, KEY_ESC_SLASH);
 }
 
-int key_read() {
+namespace {
+
+// The one reader behind key_read and key_read_any. any = 1 returns
+// KEY_UNBOUND for a complete sequence the table does not bind instead of
+// ringing and reading on.
+int read_key(int any) {
     for (;;) {
         if (read_pos >= input_count)
             fill_buffer();
@@ -257,6 +262,8 @@ int key_read() {
                 read_pos = static_cast<unsigned char>(read_pos + n);
                 if (code >= 0)
                     return code;
+                if (any)
+                    return KEY_UNBOUND;
                 term_beep();
                 continue;
             }
@@ -267,6 +274,16 @@ int key_read() {
         }
         ++read_pos; // a NUL byte (or a byte the table lacks): skip it
     }
+}
+
+} // namespace
+
+int key_read() {
+    return read_key(0);
+}
+
+int key_read_any() {
+    return read_key(1);
 }
 
 void key_set_source(KeySourceFn fn) {

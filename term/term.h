@@ -145,6 +145,12 @@ void term_write(int fd, const char *bytes, size_t length);
 using TermWriteFn = void (*)(int fd, const char *bytes, size_t length);
 void term_set_writer(TermWriteFn fn);
 
+// 1 when the locale (LC_ALL, else LC_CTYPE, else LANG) names UTF-8, else 0.
+// Read from the environment once; term_set_utf8_locale overrides it (-1
+// reads the environment again), for tests and fuzzing.
+int term_utf8_locale();
+void term_set_utf8_locale(int utf8);
+
 // ---- keyboard input -------------------------------------------------------------
 
 int term_raw_mode(TermState *state, unsigned char min_chars, unsigned char tenths);
@@ -156,6 +162,12 @@ void term_leave(const TermState *state);
 void key_init();
 int key_bind(const char *sequence, int priority, int code);
 int key_read();
+// What key_read_any returns for a complete key sequence that the table does
+// not bind; key_read itself rings the bell for one and reads on.
+constexpr int KEY_UNBOUND = 499;
+// key_read for a "press any key" prompt, where every key closes: the same
+// codes, and KEY_UNBOUND for an unbound sequence instead of a bell.
+int key_read_any();
 
 // Called by key_read when the terminal reports end of file or an error (it
 // has hung up). The handler is expected not to return (it ends the process);
