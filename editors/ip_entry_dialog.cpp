@@ -5,7 +5,7 @@
 #include <unistd.h>
 
 #include "editors/editors.h"
-#include "editors/table_screen.h"
+#include "editors/entry_dialog.h"
 #include "support/paths.h"
 #include "term/term.h"
 #include "win/win.h"
@@ -26,7 +26,7 @@ constexpr int FOCUS_COUNT = 7;
 
 void ip_field(TextField *field, int window, int row, int column, int width, int maximum,
               const char *text) {
-    table_field(field, window, row, column, width, maximum);
+    entry_field(field, window, row, column, width, maximum);
     field->length = str_copy_max(field->text, text, maximum);
 }
 

@@ -1,8 +1,11 @@
 // The authorized commands and environment variables screens: one editor for
-// files of plain lines, told apart by their TableLayout records.
+// files of plain lines, told apart by their LineEditor records.
+#include <cstddef>
 #include <cstring>
+#include <type_traits>
 
 #include "editors/editors.h"
+#include "editors/entry_dialog.h"
 #include "editors/table_screen.h"
 #include "support/paths.h"
 #include "term/term.h"
@@ -12,12 +15,34 @@ namespace {
 
 constexpr int ENTRY_MAX = 76;
 
+// A screen of plain lines: the list screen's layout, and what the line
+// editors' own steps and entry dialog read.
+struct LineEditor {
+    TableLayout table; // first: the list screen hands back a pointer to it
+    const char *path;
+    const char *fetch_error;
+    const char *remove_error;
+    const char *append_error;
+    int add_limit; // 0: no limit
+    const char *limit_note;
+    int (*accept)(EntryDialog *dialog); // the entry dialog's save checks
+    int dialog_rows;
+    const char *dialog_label;
+    const char *dialog_note; // nullptr: none
+    int legend_row;
+    int field_column;
+    int field_width;
+};
+
+static_assert(std::is_standard_layout_v<LineEditor> && offsetof(LineEditor, table) == 0,
+              "a LineEditor must be reachable from its TableLayout");
+
+const LineEditor *line_editor(const TableScreen *screen) {
+    return reinterpret_cast<const LineEditor *>(screen->layout);
+}
+
 int line_accept(EntryDialog *dialog) {
     const TextField *field = &dialog->fields[0];
-    if (dialog->layout->needs_equal && strchr(field->text, '=') == nullptr) {
-        message_box(1, "Error", "Expression must contain an equal sign (=)");
-        return 0;
-    }
     char trimmed[FIELD_TEXT_MAX + 1];
     entry_trimmed(field, trimmed);
     if (trimmed[0] == '\0') {
@@ -27,25 +52,31 @@ int line_accept(EntryDialog *dialog) {
     return !entry_is_duplicate(dialog, trimmed, 1, "An entry for this item already exists.");
 }
 
+// The environment's entries are assignments: checked before anything else.
+int env_accept(EntryDialog *dialog) {
+    if (strchr(dialog->fields[0].text, '=') == nullptr) {
+        message_box(1, "Error", "Expression must contain an equal sign (=)");
+        return 0;
+    }
+    return line_accept(dialog);
+}
+
 // The entry dialog. text holds the initial text and receives the saved one
 // (at least FIELD_TEXT_MAX + 1 bytes). 1 when saved with a change.
 int line_entry_dialog(TableScreen *screen, int mode, int index, char *text) {
-    const TableLayout *layout = screen->layout;
-    EntryDialog dialog{.layout = layout,
-                       .mode = mode,
-                       .index = index,
-                       .list = screen->list,
-                       .accept = line_accept};
-    if (entry_dialog_open(&dialog, screen->window, 8, 0, layout->dialog_rows, 80, 34,
-                          layout->legend_row, 26) != 0)
+    const LineEditor *editor = line_editor(screen);
+    EntryDialog dialog{
+        .mode = mode, .index = index, .list = screen->list, .accept = editor->accept};
+    if (entry_dialog_open(&dialog, screen->window, 8, 0, editor->dialog_rows, 80, 34,
+                          editor->legend_row, 26) != 0)
         return 0;
-    win_puts(dialog.window, 1, 2, layout->dialog_label, 0);
+    win_puts(dialog.window, 1, 2, editor->dialog_label, 0);
     win_hline(dialog.window, 1, 1, 2, 0, -1);
-    if (layout->dialog_note != nullptr)
-        win_puts(dialog.window, 3, 12, layout->dialog_note, 0);
+    if (editor->dialog_note != nullptr)
+        win_puts(dialog.window, 3, 12, editor->dialog_note, 0);
 
     TextField *field = &dialog.fields[0];
-    table_field(field, dialog.window, 1, layout->field_column, layout->field_width, ENTRY_MAX);
+    entry_field(field, dialog.window, 1, editor->field_column, editor->field_width, ENTRY_MAX);
     field->length = str_copy_max(field->text, text, FIELD_TEXT_MAX);
     field_show(field, -1);
     win_show(dialog.window);
@@ -57,7 +88,7 @@ int line_entry_dialog(TableScreen *screen, int mode, int index, char *text) {
 }
 
 int line_add(TableScreen *screen) {
-    const TableLayout *editor = screen->layout;
+    const LineEditor *editor = line_editor(screen);
     if (editor->add_limit > 0 && list_count(screen->list) >= editor->add_limit) {
         message_box(1, "Note", editor->limit_note);
         return TABLE_STAY;
@@ -69,7 +100,7 @@ int line_add(TableScreen *screen) {
 }
 
 int line_edit(TableScreen *screen) {
-    const TableLayout *editor = screen->layout;
+    const LineEditor *editor = line_editor(screen);
     if (list_count(screen->list) <= 0) {
         message_box(1, "Note", "There is nothing to edit.");
         return TABLE_STAY;
@@ -102,7 +133,7 @@ int line_save(TableScreen *screen) {
     if (screen->changed == 0)
         return TABLE_LEAVE;
     char msg[AV_MSG_MAX];
-    if (write_line_file(screen->layout->path, screen->list, msg) != 0) {
+    if (write_line_file(line_editor(screen)->path, screen->list, msg) != 0) {
         // Nothing is lost: the screen stays open with every change.
         message_box(1, "Error", msg);
         return TABLE_STAY;
@@ -134,45 +165,53 @@ constexpr TableLayout line_layout(TableLayout layout) {
     return layout;
 }
 
-const TableLayout COMMANDS_LAYOUT = line_layout({
-    .title = "                            Authorized UNIX Commands                            ",
-    .list_error = "Could not create commands list!",
-    .load = load_commands,
-    .search_label = "Command: ",
+const LineEditor COMMANDS_EDITOR = {
+    .table = line_layout({
+        .title = "                            Authorized UNIX Commands                            ",
+        .list_error = "Could not create commands list!",
+        .load = load_commands,
+        .search_label = "Command: ",
+    }),
     .path = AV_PATH_COMMANDS,
     .fetch_error = "Error retrieving data from commands list!",
     .remove_error = "Could not remove old entry from commands list",
     .append_error = "Could not add new entry to commands list",
+    .add_limit = 0,
+    .limit_note = nullptr,
+    .accept = line_accept,
     .dialog_rows = 5,
     .dialog_label = "Command: ",
+    .dialog_note = nullptr,
     .legend_row = 3,
     .field_column = 11,
     .field_width = 67,
-});
+};
 
-const TableLayout ENV_LAYOUT = line_layout({
-    .title = "                           UNIX Environment Variables                           ",
-    .list_error = "Could not create env list!",
-    .load = load_env,
-    .search_label = "Env var: ",
+const LineEditor ENV_EDITOR = {
+    .table = line_layout({
+        .title = "                           UNIX Environment Variables                           ",
+        .list_error = "Could not create env list!",
+        .load = load_env,
+        .search_label = "Env var: ",
+    }),
     .path = AV_PATH_ENV,
     .fetch_error = "Error retrieving data from env list!",
     .remove_error = "Could not remove old entry from env list",
     .append_error = "Could not add new entry to env list",
     .add_limit = 100,
     .limit_note = "The maximum number of variables has been reached (100).",
-    .needs_equal = 1,
+    .accept = env_accept,
     .dialog_rows = 6,
     .dialog_label = "Variable: ",
     .dialog_note = "NOTE: Enter variable and value in the form:  NAME=value",
     .legend_row = 4,
     .field_column = 12,
     .field_width = 66,
-});
+};
 
-void line_screen(const TableLayout *layout) {
+void line_screen(const LineEditor *editor) {
     TableScreen screen;
-    if (table_open(&screen, layout) != 0)
+    if (table_open(&screen, &editor->table) != 0)
         return;
     table_run(&screen);
 }
@@ -180,9 +219,9 @@ void line_screen(const TableLayout *layout) {
 } // namespace
 
 void commands_screen() {
-    line_screen(&COMMANDS_LAYOUT);
+    line_screen(&COMMANDS_EDITOR);
 }
 
 void env_screen() {
-    line_screen(&ENV_LAYOUT);
+    line_screen(&ENV_EDITOR);
 }
