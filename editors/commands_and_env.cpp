@@ -114,7 +114,7 @@ int line_edit(TableScreen *screen) {
     // The field holds at most ENTRY_MAX characters; opening a longer line in
     // it would cut the rest off silently on save.
     if (strlen(line) > static_cast<size_t>(ENTRY_MAX)) {
-        message_box(1, "Note", "This entry is too long to edit here; delete it and add it again.");
+        message_box(1, "Note", "This entry is longer than 76 characters; change it in the file itself.");
         return TABLE_STAY;
     }
     char text[FIELD_TEXT_MAX + 1];

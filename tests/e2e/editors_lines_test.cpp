@@ -30,7 +30,7 @@ struct LineCase {
 
 std::vector<LineCase> line_cases() {
     const std::string max = "The maximum number of variables has been reached (100).";
-    const std::string too_long = "This entry is too long to edit here; delete it and add it again.";
+    const std::string too_long = "This entry is longer than 76 characters; change it in the file itself.";
     const std::string cmd140(140, 'x'), env100 = "V=" + std::string(98, 'v');
     const std::string cmd76(76, 'y');
     // Lines that would drive the terminal if shown as they are, sorted.
