@@ -238,9 +238,9 @@ const char *tc_str(const char *name) {
     char *result = area + area_used;
     while (pos < entry_len && entry[pos] != ':') {
         char c = entry[pos++];
-        // A caret that ends the value stays a caret: the ':' after it is
-        // the field separator, not a character to control-encode.
-        if (c == '^' && pos < entry_len && entry[pos] != ':') {
+        // "^:" is a colon inside the value; only a caret at the very end of
+        // the entry has nothing to encode and stays a caret.
+        if (c == '^' && pos < entry_len) {
             unsigned char next = static_cast<unsigned char>(entry[pos++]);
             if (next > '_')
                 area_put(next - 96);

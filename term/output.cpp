@@ -18,6 +18,8 @@ constexpr int PIECES_MAX = 10;
 constexpr int LITERAL_STORE = 64;
 constexpr int RESULT_MAX = 128;
 const char CM_ERROR[] = "('cm' error)";
+// No real terminal has more lines; a hostile "li" is cut to this.
+constexpr int TERM_CLEAR_LINES_MAX = 100;
 
 enum PieceKind { P_FREE, P_LITERAL, P_DEC, P_DEC2, P_DEC3, P_CHAR, P_OFFSET };
 
@@ -352,9 +354,9 @@ void term_clear() {
         write_all(clear_text, static_cast<size_t>(clear_len));
         return;
     }
-    // The screen is always 24 lines, so more newlines clear nothing more; a
-    // description with an absurd "li" must not cost minutes per clear.
-    int lines = term_lines() > 24 ? 24 : term_lines();
+    // Twice "li" newlines scroll everything off; the bound keeps a
+    // description with an absurd "li" from costing minutes per clear.
+    int lines = term_lines() > TERM_CLEAR_LINES_MAX ? TERM_CLEAR_LINES_MAX : term_lines();
     int count = 2 * lines;
     for (int i = 0; i < count; ++i)
         write_all("\n", 1);

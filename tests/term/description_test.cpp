@@ -14,6 +14,7 @@ TEST(TcStr, Decoding) {
         {"\\b\\e", "\\b\\e"},     {"5*\\E[%i%d;%dH", "\x1b[%i%d;%dH"},
         {"20\\E[H", "\x1b[H"},    {"3.5*x", "x"},
         {"12.5", "12.5"}, // nothing after the delay: the digits are the value
+        {"^:x", ":x"},    {"a^:", "a:"}, // "^:" is a colon and the value goes on
     };
     for (const auto &[field, want] : cases) {
         ASSERT_EQ(load_entry(std::string("t:a=") + field + ":\n"), 0);
@@ -108,9 +109,10 @@ TEST(TermScreen, CursorClearAndMargin) {
         {"CN=N:CF=F:li#2", "N", "F", "\n\n\n\n", 1},
         {"CO=O:CF=F:li#25:cl=C", "O", "F", "C", 0},
         {"CN=N:aw#0:li#24", "", "", std::string(48, '\n'), 0}, // no CF: neither
-        // The screen is 24 lines whatever "li" says: no more newlines than that.
-        {"Ab:CN=N:CF=F:aw#1:li#25", "\x1b[=1;14C", "F", std::string(48, '\n'), 1},
-        {"aw:li#999999999", "", "", std::string(48, '\n'), 0}};
+        {"Ab:CN=N:CF=F:aw#1:li#25", "\x1b[=1;14C", "F", std::string(50, '\n'), 1},
+        {"li#100", "", "", std::string(200, '\n'), 0},
+        // A hostile "li" is bounded, not trusted for minutes of newlines.
+        {"aw:li#999999999", "", "", std::string(200, '\n'), 0}};
     for (const auto &[entry, on, off, clear, auto_margin] : cases) {
         SCOPED_TRACE(entry);
         ASSERT_EQ(load_entry(std::string("t:") + entry + ":\n"), 0);
