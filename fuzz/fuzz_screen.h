@@ -22,9 +22,10 @@ inline bool fuzz_control(unsigned char c) {
     return c < 32 || (c >= 127 && c < 160);
 }
 
-// What a text cell shows for byte c.
+// What a text cell shows for byte c: on a UTF-8 terminal no byte from 0x80 up
+// is shown as it is.
 inline unsigned char fuzz_visible(unsigned char c) {
-    return fuzz_control(c) ? '?' : c;
+    return fuzz_control(c) || (c >= 0x80 && term_utf8_locale()) ? '?' : c;
 }
 
 // Checks are not what is being fuzzed: kept out of the coverage, and not
@@ -55,6 +56,8 @@ inline void fuzz_screen_start() {
     term_screen_strings();
     key_init();
     term_set_writer(fuzz_sink);
+    // The same input must do the same whatever the fuzzing machine's locale.
+    term_set_utf8_locale(0);
     fuzz_quiet_stdout();
     term_blank_screen();
 }

@@ -46,20 +46,24 @@ unsigned char colour_for(const Window *w, unsigned char attribute) {
 
 // Text comes from files that any local user may write (ipaddr is mode 0666)
 // and goes to root's terminal: a control byte there (C0, DEL or C1) could set
-// the title, switch key modes or move the cursor. Every text cell is filled
-// here, so this one rule keeps them all out; the lists and files keep the
-// original bytes.
-unsigned char visible(char c) {
+// the title, switch key modes or move the cursor. On a UTF-8 terminal any
+// byte from 0x80 up is part of a sequence that moves the cursor less than one
+// cell per byte and leaves stale text behind, so it is shown as "?" too.
+// Every text cell is filled here, so this one rule keeps them all out; the
+// lists and files keep the original bytes.
+unsigned char visible(char c, int utf8) {
     unsigned char u = static_cast<unsigned char>(c);
-    return u < 32 || (u >= 127 && u < 160) ? '?' : u;
+    if (u < 32 || u == 127 || (u >= 128 && (utf8 || u < 160)))
+        return '?';
+    return u;
 }
 
-int put_char(Window *w, char c) {
+int put_char(Window *w, char c, int utf8) {
     long n = static_cast<long>(w->cursor_row) * w->columns + w->cursor_column;
     if (n < 0 || n >= w->cell_count)
         return -1;
     Cell &cell = w->cells[n];
-    cell.character = visible(c);
+    cell.character = visible(c, utf8);
     cell.attribute = w->attribute;
     cell.colour = colour_for(w, w->attribute);
     w->cursor_column++;
@@ -67,41 +71,41 @@ int put_char(Window *w, char c) {
 }
 
 // The pieces of win_put_lines's patterns: "-" (or "0") and "|" (or ".")
-// lines, and the digits as in WIN_LINE_PIECES.
+// lines, and the digits as in WIN_LINE_CHARACTERS.
 int pattern_mask(char c) {
     if (c == '-' || c == '0')
         return JOIN_LEFT | JOIN_RIGHT;
     if (c == '|' || c == '.')
         return JOIN_UP | JOIN_DOWN;
     for (int mask = 0; c >= '1' && c <= '9' && mask < 16; mask++)
-        if (WIN_LINE_PIECES[mask].character == c)
+        if (WIN_LINE_CHARACTERS[mask] == c)
             return mask;
     return 0;
 }
 
 } // namespace
 
-const LinePiece WIN_LINE_PIECES[16] = {
-    {0, -1},      // no joins
-    {'|', LS_GV}, // up
-    {'-', LS_GH}, // left
-    {'3', LS_G4}, // up, left: bottom right corner
-    {'-', LS_GH}, // right
-    {'1', LS_G3}, // up, right: bottom left corner
-    {'-', LS_GH}, // left, right
-    {'2', LS_GU}, // up, left, right: bottom tee
-    {'|', LS_GV}, // down
-    {'|', LS_GV}, // up, down
-    {'9', LS_G1}, // left, down: top right corner
-    {'6', LS_GL}, // up, left, down: right tee
-    {'7', LS_G2}, // right, down: top left corner
-    {'4', LS_GR}, // up, right, down: left tee
-    {'8', LS_GD}, // left, right, down: top tee
-    {'5', LS_GC}, // all four: cross
+const char WIN_LINE_CHARACTERS[16] = {
+    0,   // no joins
+    '|', // up
+    '-', // left
+    '3', // up, left: bottom right corner
+    '-', // right
+    '1', // up, right: bottom left corner
+    '-', // left, right
+    '2', // up, left, right: bottom tee
+    '|', // down
+    '|', // up, down
+    '9', // left, down: top right corner
+    '6', // up, left, down: right tee
+    '7', // right, down: top left corner
+    '4', // up, right, down: left tee
+    '8', // left, right, down: top tee
+    '5', // all four: cross
 };
 
 char win_join_character(int mask) {
-    return mask >= 0 && mask < 16 ? WIN_LINE_PIECES[mask].character : 0;
+    return mask >= 0 && mask < 16 ? WIN_LINE_CHARACTERS[mask] : 0;
 }
 namespace {
 
@@ -152,9 +156,10 @@ int win_puts(int id, int row, int column, const char *text, int attribute) {
     if (attribute >= 0 && attribute < 255)
         w->attribute = static_cast<unsigned char>(attribute);
     int written = 0;
+    int utf8 = term_utf8_locale();
     if (text)
         for (; text[written]; written++)
-            if (put_char(w, text[written]) < 0)
+            if (put_char(w, text[written], utf8) < 0)
                 break;
     w->attribute = own;
     return written;

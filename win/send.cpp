@@ -80,6 +80,40 @@ void append_switch(RunBuffer &b, const SendStrings &t, int from, int to) {
         append(b, t.line[LS_GS]);
 }
 
+// The line-drawing string that draws a line cell's character; -1 for a
+// character that names no piece (text written with the line attribute).
+// "0" and "." are the pattern aliases of "-" and "|".
+int line_string_of(unsigned char c) {
+    switch (c) {
+    case '-':
+    case '0':
+        return LS_GH;
+    case '|':
+    case '.':
+        return LS_GV;
+    case '7':
+        return LS_G2;
+    case '8':
+        return LS_GD;
+    case '9':
+        return LS_G1;
+    case '4':
+        return LS_GR;
+    case '5':
+        return LS_GC;
+    case '6':
+        return LS_GL;
+    case '1':
+        return LS_G3;
+    case '2':
+        return LS_GU;
+    case '3':
+        return LS_G4;
+    default:
+        return -1;
+    }
+}
+
 // The first changed cell of row from x on, or end: most of a refresh's
 // cells have not changed.
 int next_changed(const Cell *row, int x, int end) {
@@ -124,7 +158,7 @@ int win_send(Window *screen, const WinRect &area) {
                     append_byte(b, c);
                     continue;
                 }
-                int ls = WIN_LINE_PIECES[cell.join & 15].line_string;
+                int ls = line_string_of(cell.character);
                 if (ls >= 0) {
                     append(b, t.line[ls]);
                 } else {

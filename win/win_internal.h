@@ -66,14 +66,11 @@ constexpr int JOIN_LEFT = 2;
 constexpr int JOIN_RIGHT = 4;
 constexpr int JOIN_DOWN = 8;
 
-// A piece by join mask: the character it is stored as (keypad digits name a
-// piece by where it sits in a box: 7 top left ... 3 bottom right) and the
-// terminal's line-drawing string that draws it (-1 for no piece).
-struct LinePiece {
-    char character;
-    int line_string;
-};
-extern const LinePiece WIN_LINE_PIECES[16];
+// The character a line piece is stored as, by join mask (0: no piece).
+// Keypad digits name a piece by where it sits in a box: 7 top left ... 3
+// bottom right. The refresh sends a line cell by this character, never by
+// its mask, so text written with the line attribute stays text.
+extern const char WIN_LINE_CHARACTERS[16];
 
 // ---- composing and sending -----------------------------------------------------
 // A rectangle of the screen, in absolute coordinates.

@@ -21,7 +21,7 @@ int free_last = -1;
 int used_first = -1;
 int initialised = 0;
 
-int create_window(Window *up, int parent, const char *name, int row, int column, int rows,
+int create_window(bool screen, int parent, const char *name, int row, int column, int rows,
                   int columns);
 
 int take_id() {
@@ -94,8 +94,7 @@ void win_init() {
     free_first = 0;
     free_last = WIN_MAX_IDS - 1;
     used_first = -1;
-    int id =
-        create_window(nullptr, -1, "Virtual Window", 0, 0, WIN_SCREEN_ROWS, WIN_SCREEN_COLUMNS);
+    int id = create_window(true, -1, "Virtual Window", 0, 0, WIN_SCREEN_ROWS, WIN_SCREEN_COLUMNS);
     if (id >= 0)
         slots[id].record->flags &= static_cast<unsigned char>(~WIN_HIDDEN);
     load_attribute_table();
@@ -140,18 +139,19 @@ Window *win_lookup(int id) {
 }
 
 int win_create(int parent, const char *name, int row, int column, int rows, int columns) {
-    // The parent is looked up before an id is taken: otherwise a parent id equal
-    // to the id about to be handed out would find the half-made window itself
-    // and make it its own parent.
-    Window *up = win_lookup(parent);
-    return up ? create_window(up, parent == -1 ? 0 : parent, name, row, column, rows, columns) : -1;
+    win_init();
+    return create_window(false, parent, name, row, column, rows, columns);
 }
 
 namespace {
 
-// A new window under up, whose id is parent; with no up, the screen window.
-int create_window(Window *up, int parent, const char *name, int row, int column, int rows,
+// A new window under parent; for the screen window (screen true), one with
+// no parent at all.
+int create_window(bool screen, int parent, const char *name, int row, int column, int rows,
                   int columns) {
+    // The id is taken before the parent is looked up, so that a refused
+    // window uses up its id as any failed creation does and the next window
+    // gets the id after it.
     int id = take_id();
     if (id < 0)
         return -1;
@@ -171,6 +171,18 @@ int create_window(Window *up, int parent, const char *name, int row, int column,
     w->parent = -1;
     slots[id].record = w;
 
+    Window *up = nullptr;
+    if (!screen) {
+        up = win_lookup(parent);
+        // The half-made window is already in its slot: as its own parent it
+        // would be found there.
+        if (!up || up == w) {
+            undo_create(id, w);
+            return -1;
+        }
+        if (parent == -1)
+            parent = 0;
+    }
     if (up) {
         if (rows < 0)
             rows = up->rows - row;

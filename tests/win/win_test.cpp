@@ -23,6 +23,7 @@ void start_screen(const char *name = "test") {
     TermState state{};
     ASSERT_EQ(term_init(0, &state), 0) << name;
     term_screen_strings();
+    term_set_utf8_locale(0); // whatever the environment says
     capture_stdout([] { term_blank_screen(); });
 }
 
@@ -62,6 +63,52 @@ TEST(WinIds, QueueFullTableAndFailedCreations) {
     EXPECT_EQ(win_create(-1, "full", 0, 0, 1, 1), -1) << "and took no other";
 }
 
+// A creation refused for its parent or its size still takes its id from the
+// queue and gives it back at the end, so the next window gets the id after it.
+TEST(WinIds, RefusedCreationsUseUpTheirId) {
+    enum Parent { TOP, BAD_ID, OUT_OF_RANGE, ITSELF, FIRST, SECOND };
+    struct Step {
+        Parent parent;
+        int rows;
+        int offset; // from the first id of the case; -1 for a refusal
+    };
+    const struct {
+        const char *name;
+        Step steps[3];
+    } cases[] = {
+        {"unknown parent", {{TOP, 1, 0}, {BAD_ID, 1, -1}, {TOP, 1, 2}}},
+        {"parent out of range", {{TOP, 1, 0}, {OUT_OF_RANGE, 1, -1}, {FIRST, 1, 2}}},
+        {"its own parent", {{TOP, 1, 0}, {ITSELF, 1, -1}, {TOP, 1, 2}}},
+        {"no rows", {{TOP, 1, 0}, {FIRST, 0, -1}, {FIRST, 1, 2}}},
+        {"child of a child", {{TOP, 2, 0}, {FIRST, 1, 1}, {SECOND, 1, 2}}},
+    };
+    start_screen();
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        int first = win_create(-1, "probe", 0, 0, 1, 1);
+        ASSERT_GT(first, 0);
+        win_destroy(first); // goes to the end of the queue: the ids run on
+        first++;
+        int made[3] = {-1, -1, -1};
+        for (int i = 0; i < 3; i++) {
+            const Step &s = c.steps[i];
+            int parent = s.parent == TOP            ? -1
+                         : s.parent == BAD_ID       ? 98
+                         : s.parent == OUT_OF_RANGE ? 100
+                         : s.parent == ITSELF       ? first + i
+                         : s.parent == FIRST        ? made[0]
+                                                    : made[1];
+            made[i] = win_create(parent, "w", 0, 0, s.rows, 1);
+            EXPECT_EQ(made[i], s.offset < 0 ? -1 : first + s.offset) << "step " << i;
+        }
+        if (made[1] < 0) {
+            EXPECT_EQ(win_lookup(first + 1), nullptr) << "the refused id is free again";
+        }
+        win_destroy(made[0]);
+        win_destroy(made[2]);
+    }
+}
+
 TEST(WinDraw, LinePiecesMergeIntoTeesAndCrosses) {
     start_screen();
     int w = win_create(-1, "draw", 0, 0, 4, 7);
@@ -84,9 +131,88 @@ TEST(WinSend, BoxedTextAndSingleChanges) {
     EXPECT_EQ(refresh(w), "") << "unchanged content sends nothing";
     win_puts(w, 1, 3, "x", 0);
     EXPECT_EQ(refresh(w), "<3,6>x");
-    // C0, DEL and C1 bytes of text never reach the terminal; Latin-1 does.
-    EXPECT_EQ(win_puts(w, 1, 1, "\x1b\x07\x9b\x7f\xa0", 0), 5);
-    EXPECT_EQ(refresh(w), "<3,4>????\xa0");
+}
+
+TEST(WinSend, HostileAndHighBytesShowAsQuestionMarks) {
+    const struct {
+        int utf8;
+        const char *text;
+        const char *sent;
+    } cases[] = {
+        // C0, DEL and C1 never reach the terminal; Latin-1 does outside UTF-8.
+        {0, "\x1b\x07\x9b\x7f\xa0\xff", "<0,0>????\xa0\xff"},
+        {0, "a\x80\x9f\xa0z", "<0,0>a??\xa0z"},
+        // On a UTF-8 terminal every byte from 0x80 up is one "?", valid
+        // sequences included: each cell moves the cursor exactly one column.
+        {1, "\x1b\x07\x9b\x7f\xa0\xff", "<0,0>??????"},
+        {1, "caf\xc3\xa9.", "<0,0>caf??."},
+        {1, "plain~", "<0,0>plain~"},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.text);
+        start_screen();
+        term_set_utf8_locale(c.utf8);
+        int w = win_create(-1, "w", 0, 0, 1, 10);
+        win_puts(w, 0, 0, c.text, 0);
+        EXPECT_EQ(show(w), c.sent);
+        win_destroy(w);
+    }
+    term_set_utf8_locale(-1);
+}
+
+// A line cell is sent as the line-drawing string of its character: the join
+// mask only chose that character when the line was drawn.
+TEST(WinSend, LineCellsAreSentByTheirCharacter) {
+    const struct {
+        const char *name;
+        void (*draw)(int w);
+        const char *sent;
+    } cases[] = {
+        {"text over a line stays text",
+         [](int w) {
+             win_hline(w, 0, 0, 0, 0, -1);
+             win_puts(w, 0, 1, "AB", ATTR_LINE);
+         },
+         "<0,0>{-}A{}B{---------}"},
+        {"mask 0 keeps a corner's character",
+         [](int w) {
+             win_box(w, 0, 0, 0, 2, 2);
+             win_line_cell(w, 0, 0, 0, 0);
+         },
+         "<0,0>{ab}<1,0>{cd}"},
+        {"mask 0 over text",
+         [](int w) {
+             win_puts(w, 0, 2, "x", 0);
+             win_line_cell(w, 0, 0, 2, 0);
+         },
+         "<0,2>{}x{}"},
+        {"pattern aliases and digits written as text",
+         [](int w) { win_puts(w, 0, 0, "0.123456789", ATTR_LINE); },
+         "<0,0>{-!cUdR+LaTb}"},
+        {"attributes stay outside line mode",
+         [](int w) { win_puts(w, 0, 0, "7q", ATTR_LINE | ATTR_REV); },
+         "<0,0>[R]{a}q{}[N]"},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        start_screen();
+        int w = win_create(-1, "w", 0, 0, 2, 12);
+        c.draw(w);
+        EXPECT_EQ(show(w), c.sent);
+        win_destroy(w);
+    }
+}
+
+TEST(WinSend, LineStringsWithHighBytesPassInAnyLocale) {
+    for (int utf8 : {0, 1}) {
+        start_screen("test-437");
+        term_set_utf8_locale(utf8);
+        int w = win_create(-1, "w", 0, 0, 2, 3);
+        win_box(w, 0, 0, 0, -1, -1);
+        EXPECT_EQ(show(w), "<0,0>\xda\xc4\xbf<1,0>\xc0\xc4\xd9") << utf8;
+        win_destroy(w);
+    }
+    term_set_utf8_locale(-1);
 }
 
 // The terminal's auto-margin answer is read once per process, so one test each.
