@@ -19,7 +19,6 @@ constexpr int ENTRY_MAX = 76;
 // editors' own steps and entry dialog read.
 struct LineEditor {
     TableLayout table; // first: the list screen hands back a pointer to it
-    const char *path;
     const char *fetch_error;
     const char *remove_error;
     const char *append_error;
@@ -133,7 +132,7 @@ int line_save(TableScreen *screen) {
     if (screen->changed == 0)
         return TABLE_LEAVE;
     char msg[AV_MSG_MAX];
-    if (write_line_file(line_editor(screen)->path, screen->list, msg) != 0) {
+    if (write_line_file(screen->layout->path, screen->list, msg) != 0) {
         // Nothing is lost: the screen stays open with every change.
         message_box(1, "Error", msg);
         return TABLE_STAY;
@@ -141,15 +140,8 @@ int line_save(TableScreen *screen) {
     return TABLE_LEAVE;
 }
 
-void load_commands(List *list) {
-    char msg[AV_MSG_MAX];
-    // A missing file is an empty list; a failed append keeps what was read.
-    read_line_file(AV_PATH_COMMANDS, list, "", msg);
-}
-
-void load_env(List *list) {
-    char msg[AV_MSG_MAX];
-    read_line_file(AV_PATH_ENV, list, "", msg);
+int line_read(FILE *file, const char *path, List *list, char *msg) {
+    return read_line_stream(file, path, list, "", msg);
 }
 
 // What the two line screens share; each layout below adds its own.
@@ -159,6 +151,7 @@ constexpr TableLayout line_layout(TableLayout layout) {
     layout.list_width = 76;
     layout.search_column = 11;
     layout.search_width = 17;
+    layout.read = line_read;
     layout.add = line_add;
     layout.edit = line_edit;
     layout.save = line_save;
@@ -169,10 +162,9 @@ const LineEditor COMMANDS_EDITOR = {
     .table = line_layout({
         .title = "                            Authorized UNIX Commands                            ",
         .list_error = "Could not create commands list!",
-        .load = load_commands,
+        .path = AV_PATH_COMMANDS,
         .search_label = "Command: ",
     }),
-    .path = AV_PATH_COMMANDS,
     .fetch_error = "Error retrieving data from commands list!",
     .remove_error = "Could not remove old entry from commands list",
     .append_error = "Could not add new entry to commands list",
@@ -191,10 +183,9 @@ const LineEditor ENV_EDITOR = {
     .table = line_layout({
         .title = "                           UNIX Environment Variables                           ",
         .list_error = "Could not create env list!",
-        .load = load_env,
+        .path = AV_PATH_ENV,
         .search_label = "Env var: ",
     }),
-    .path = AV_PATH_ENV,
     .fetch_error = "Error retrieving data from env list!",
     .remove_error = "Could not remove old entry from env list",
     .append_error = "Could not add new entry to env list",

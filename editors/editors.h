@@ -23,8 +23,10 @@ int ip_table_screen();
 // Entry dialog: 1 when saved with a change (entry holds the new values).
 int ip_entry_dialog(int parent, int mode, int index, IpEntry *entry, List *lines);
 // Reads the table's lines from an open file into list, each padded to at
-// least 60 characters; stops quietly when an append fails.
-void ip_read_table(FILE *file, List *list);
+// least 60 characters. 0; -1 when an append failed (the lines so far stay);
+// LINE_READ_ERROR on a read error, with "<reason> while reading <path>"
+// in msg (AV_MSG_MAX bytes, or nullptr).
+int ip_read_table(FILE *file, const char *path, List *list, char *msg);
 // Fixed-column line <-> entry.
 void ip_parse_line(const char *line, IpEntry *entry);
 void ip_format_line(const IpEntry *entry, char *line, int size);

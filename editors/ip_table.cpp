@@ -1,5 +1,6 @@
 // The name-to-IP address table: fixed-column lines, edited through the
 // shared table machinery and the entry dialog.
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -17,15 +18,6 @@ void ip_take_column(const char *line, int length, int offset, int width, char *o
     if (length > offset)
         str_copy_max(out, line + offset, width);
     trim_trailing(out);
-}
-
-void ip_load(List *list) {
-    // No table yet (or something that is not a file): the screen opens empty.
-    FILE *file = open_regular_file(AV_PATH_IPADDR);
-    if (file == nullptr)
-        return;
-    ip_read_table(file, list);
-    fclose(file);
 }
 
 int ip_add(TableScreen *screen) {
@@ -108,7 +100,8 @@ const TableLayout IP_LAYOUT = {
     .heads = IP_HEADS,
     .head_count = 3,
     .list_error = "Could not create ip list!",
-    .load = ip_load,
+    .path = AV_PATH_IPADDR,
+    .read = ip_read_table,
     .list_column = 11,
     .list_width = 58,
     .search_label = "Name: ",
@@ -136,14 +129,25 @@ void ip_parse_line(const char *line, IpEntry *entry) {
     }
 }
 
-void ip_read_table(FILE *file, List *list) {
+int ip_read_table(FILE *file, const char *path, List *list, char *msg) {
     char piece[LINE_PIECE_MAX + 1];
     char line[TABLE_LINE_MAX];
-    char msg[AV_MSG_MAX];
-    while (read_line_piece(file, piece) > 0) {
+    char ignored[AV_MSG_MAX];
+    for (;;) {
+        int taken = read_line_piece(file, piece);
+        // As for the other line files: a read error is no end of file, and
+        // the piece it cut short is no line.
+        if (ferror(file)) {
+            if (msg != nullptr)
+                snprintf(msg, AV_MSG_MAX, "%s while reading %s", strerror(errno), path);
+            return LINE_READ_ERROR;
+        }
+        if (taken == 0)
+            return 0;
         snprintf(line, sizeof line, "%-60s", piece);
-        if (list_add_string(line, list, msg) != 0)
-            break;
+        // A failed append ends the table there, without a word.
+        if (list_add_string(line, list, ignored) != 0)
+            return -1;
     }
 }
 

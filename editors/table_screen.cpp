@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <sys/stat.h>
 
 #include "support/paths.h"
 #include "term/term.h"
@@ -93,6 +94,46 @@ void table_search(TableScreen *screen) {
         screen->pick.current = found;
 }
 
+// The file's identity as the screen keeps it.
+void table_identity(const struct stat *status, TableFileId *id) {
+    id->present = 1;
+    id->device = status->st_dev;
+    id->inode = status->st_ino;
+    id->size = status->st_size;
+    id->modified = status->st_mtim;
+}
+
+// Loads the screen's file into its list and notes what the file was. A file
+// that cannot be opened is an empty table. 0, or LINE_READ_ERROR with the
+// reason in msg: what was read is in the list.
+int table_load(TableScreen *screen, char *msg) {
+    const TableLayout *layout = screen->layout;
+    screen->loaded = TableFileId{};
+    FILE *file = open_regular_file(layout->path);
+    struct stat status;
+    if (file == nullptr) {
+        if (stat(layout->path, &status) == 0)
+            table_identity(&status, &screen->loaded);
+        return 0;
+    }
+    if (fstat(fileno(file), &status) == 0)
+        table_identity(&status, &screen->loaded);
+    // A failed append keeps what was read, without a word, as the list's
+    // other failures do; only a read error makes the table untrustworthy.
+    int result = layout->read(file, layout->path, screen->list, msg);
+    fclose(file);
+    return result == LINE_READ_ERROR ? LINE_READ_ERROR : 0;
+}
+
+// 1 when the change that key asks for may go ahead; a read-only screen says
+// why it may not.
+int table_may_change(TableScreen *screen) {
+    if (screen->read_only[0] == '\0')
+        return 1;
+    message_box(1, "Note", screen->read_only);
+    return 0;
+}
+
 // 1 when the screen may be left.
 int table_cancel(TableScreen *screen) {
     if (screen->changed == 0)
@@ -107,6 +148,8 @@ int table_open(TableScreen *screen, const TableLayout *layout) {
     screen->window = -1;
     screen->list = nullptr;
     screen->changed = 0;
+    screen->read_only[0] = '\0';
+    screen->loaded = TableFileId{};
     pick_list_init(&screen->pick);
 
     // One editor at a time: two sessions saving the same file would each
@@ -142,7 +185,8 @@ int table_open(TableScreen *screen, const TableLayout *layout) {
         table_release(screen);
         return -1;
     }
-    layout->load(screen->list);
+    char load_msg[AV_MSG_MAX];
+    int loaded = table_load(screen, load_msg);
     char msg[AV_MSG_MAX];
     if (sort_string_list(screen->list, msg) != 0) {
         message_box(1, "Error", msg);
@@ -161,7 +205,20 @@ int table_open(TableScreen *screen, const TableLayout *layout) {
     pick->park_column = 69;
     pick_list_show(pick, screen->list);
     win_show(window);
+    if (loaded == LINE_READ_ERROR) {
+        // Shown over the table, which holds what could be read. Saving that
+        // would lose the rest of the file for good.
+        message_box(1, "Error", load_msg);
+        table_read_only(screen, "This file could not be read whole, so it cannot be changed here.");
+    }
     return 0;
+}
+
+void table_read_only(TableScreen *screen, const char *note) {
+    snprintf(screen->read_only, sizeof screen->read_only, "%s", note);
+    // Nothing will be saved from here, so other sessions need not wait.
+    unlock_directory(screen->lock);
+    screen->lock = -1;
 }
 
 int table_resort(TableScreen *screen, const char *text) {
@@ -202,24 +259,28 @@ int table_run(TableScreen *screen) {
         switch (key) {
         case 'A':
         case 'a':
-            result = layout->add(screen);
+            if (table_may_change(screen))
+                result = layout->add(screen);
             break;
         case 'E':
         case 'e':
-            result = layout->edit(screen);
+            if (table_may_change(screen))
+                result = layout->edit(screen);
             break;
         case 'D':
         case 'd':
         case KEY_DELETE:
         case KEY_F2:
-            table_delete(screen);
+            if (table_may_change(screen))
+                table_delete(screen);
             break;
         case 'S':
         case 's':
             table_search(screen);
             break;
         case KEY_F6:
-            result = layout->save(screen);
+            if (table_may_change(screen))
+                result = layout->save(screen);
             break;
         case 'X':
         case 'x':

@@ -17,8 +17,10 @@ constexpr int TABLE_LEAVE = 1;
 constexpr int TABLE_FAIL = -1;
 
 using TableStepFn = int (*)(TableScreen *screen);
-// Fills the freshly created list from the screen's file; failures are silent.
-using TableLoadFn = void (*)(List *list);
+// Reads the screen's open file into the freshly created list: 0, -1 when an
+// entry could not be added (the lines so far stay, nothing is said), or
+// LINE_READ_ERROR with the reason in msg.
+using TableReadFn = int (*)(FILE *file, const char *path, List *list, char *msg);
 
 struct TableHead {
     int column;
@@ -34,7 +36,8 @@ struct TableLayout {
     const TableHead *heads{}; // column heads on the box's top border
     int head_count{};
     const char *list_error{}; // shown when the list cannot be created
-    TableLoadFn load{};
+    const char *path{};       // the file the screen edits
+    TableReadFn read{};
     int list_column{};
     int list_width{};
     const char *search_label{};
@@ -45,6 +48,16 @@ struct TableLayout {
     TableStepFn save{};
 };
 
+// What the file was when it was loaded, to tell whether someone changed it
+// before the save.
+struct TableFileId {
+    int present; // 0: there was no file
+    dev_t device;
+    ino_t inode;
+    off_t size;
+    struct timespec modified;
+};
+
 struct TableScreen {
     const TableLayout *layout;
     int window;
@@ -52,6 +65,10 @@ struct TableScreen {
     PickList pick;
     int changed;
     int lock; // the configuration directory's lock while the screen is open
+    // Not empty: the screen only shows its file, and every change (add,
+    // edit, delete, save) is refused with this note.
+    char read_only[AV_MSG_MAX];
+    TableFileId loaded;
 };
 
 // Builds the window, loads and sorts the list and shows the pick list.
@@ -60,6 +77,9 @@ int table_open(TableScreen *screen, const TableLayout *layout);
 // The key loop: TABLE_LEAVE when the user left, TABLE_FAIL on an error.
 // The window and the list are released either way.
 int table_run(TableScreen *screen);
+
+// Makes the screen read-only: note says why, on every change refused.
+void table_read_only(TableScreen *screen, const char *note);
 
 // Sorts the list; on success the entry equal to text (if any) becomes the
 // current one and the changed flag is set. On failure shows the message and

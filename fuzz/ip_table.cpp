@@ -28,7 +28,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }
     FILE *file = fuzz_memory_file(data, size);
     List *list = list_create(25);
-    ip_read_table(file, list);
+    ip_read_table(file, "ipaddr", list, nullptr);
     fclose(file);
     if (list_count(list) != static_cast<int>(want.size()))
         __builtin_trap();

@@ -50,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     List *list = list_create(25);
     FILE *file = fuzz_memory_file(file_bytes, file_size);
     if (ip)
-        ip_read_table(file, list);
+        ip_read_table(file, "ipaddr", list, nullptr);
     else if (read_line_stream(file, "file", list, "", msg) < 0)
         __builtin_trap();
     fclose(file);
@@ -103,7 +103,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     List *again = list_create(25);
     FILE *in = fuzz_memory_file(reinterpret_cast<const uint8_t *>(text), text_size);
     if (ip)
-        ip_read_table(in, again);
+        ip_read_table(in, "ipaddr", again, nullptr);
     else if (read_line_stream(in, "file", again, "", msg) < 0)
         __builtin_trap();
     fclose(in);

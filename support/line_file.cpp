@@ -1,6 +1,7 @@
 // Line lists: text files held as Lists of strings, one entry per line.
 #include "support/support.h"
 
+#include <cerrno>
 #include <cstring>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -19,6 +20,13 @@ void message(char *msg, const char *text) {
 void message_path(char *msg, const char *format, const char *path) {
     if (msg != nullptr) {
         snprintf(msg, AV_MSG_MAX, format, path);
+    }
+}
+
+void line_read_error(char *msg, const char *path, int error) {
+    if (msg != nullptr) {
+        snprintf(msg, AV_MSG_MAX, "%s while reading %s", strerror(error),
+                 path != nullptr ? path : "");
     }
 }
 
@@ -74,7 +82,19 @@ int read_line_stream(FILE *file, const char *path, List *list, const char *prefi
     memcpy(entry, prefix, prefix_length);
     char *piece = entry + prefix_length;
     int longest = 0;
-    while (read_line_piece(file, piece) > 0) {
+    for (;;) {
+        int taken = read_line_piece(file, piece);
+        // A read error would pass for the end of the file, and a later save
+        // would then cut the file short. The piece it ended is dropped, not
+        // taken for a line: reading on could split that line in two.
+        if (ferror(file)) {
+            line_read_error(msg, path, errno);
+            mem_free(entry);
+            return LINE_READ_ERROR;
+        }
+        if (taken == 0) {
+            break;
+        }
         int length = static_cast<int>(strlen(piece));
         if (length > longest) {
             longest = length;
@@ -85,12 +105,6 @@ int read_line_stream(FILE *file, const char *path, List *list, const char *prefi
         }
     }
     mem_free(entry);
-    // A read error would pass for the end of the file and a later save would
-    // then cut the file short, so it is a failure to open.
-    if (ferror(file)) {
-        message_path(msg, "Could not open: %s", path != nullptr ? path : "");
-        return -1;
-    }
     return longest;
 }
 

@@ -120,6 +120,12 @@ int slist_count(const SortedList *sorted);
 // ---- line files -----------------------------------------------------------
 // msg points at AV_MSG_MAX bytes; it is written only on failure.
 
+// A read error after the file was opened: the lines before it are in the
+// list, and msg says "<reason> while reading <path>" (the reason first, so
+// that a message box cut to its width still shows it). Distinct from -1
+// (cannot open, or an entry could not be added).
+constexpr int LINE_READ_ERROR = -2;
+
 int read_line_file(const char *path, List *list, const char *prefix, char *msg);
 // The same over an open stream; path names the file in the read-error message.
 int read_line_stream(FILE *file, const char *path, List *list, const char *prefix, char *msg);
