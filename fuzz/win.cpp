@@ -1,9 +1,12 @@
 // Arbitrary drawing: the bytes are a program of window calls (create,
 // destroy, show, hide, text, blanking, line pieces, refresh, cursor, repaint)
-// with arbitrary positions, sizes and texts. Whatever the program, no cell is
-// written outside its window (the sanitizers watch), no text cell holds a
-// control byte, and no control byte reaches the terminal.
+// with arbitrary positions, sizes and texts, in a UTF-8 locale or not. Every
+// call runs on the library and on the model of win_model.h; after every step
+// their results, the bytes sent, the whole screen image with its change marks
+// and the window that the step named must be the same. Besides, no text cell
+// holds a control byte and none reaches the terminal.
 #include "fuzz_screen.h"
+#include "win_model.h"
 
 #include <cstdint>
 #include <vector>
@@ -35,11 +38,14 @@ struct Program {
 };
 
 std::vector<int> live;
+model::State *twin;
 
+// Mostly a live window; now and then any id, for the refusals.
 int pick(Program &program) {
-    if (live.empty())
-        return program.byte() % 3 - 1; // -1, 0 or 1
-    return live[program.byte() % live.size()];
+    int b = program.byte();
+    if (live.empty() || b >= 240)
+        return b % 104 - 2; // -2 to 101
+    return live[b % live.size()];
 }
 
 void forget_dead() {
@@ -52,15 +58,43 @@ void forget_dead() {
 
 // The checks are not what is being fuzzed: kept out of the coverage and of
 // the undefined-behaviour checks, which cost more than the cells checked.
-__attribute__((noinline, no_sanitize("coverage", "undefined"))) void check_cells(int id) {
-    Window *w = win_lookup(id);
-    if (w == nullptr)
-        return;
-    if (w->cell_count != w->rows * w->columns)
-        __builtin_trap();
-    for (int i = 0; i < w->cell_count; i++)
-        if (fuzz_control(w->cells[i].character))
-            __builtin_trap();
+__attribute__((noinline, cold, no_sanitize("coverage", "undefined"))) void
+differ(int step, int op, const char *what) {
+    fprintf(stderr, "window model differs at step %d (operation %d): %s\n", step, op, what);
+    fprintf(stderr, "library sent: %s\nmodel sent:   %s\n", fuzz_sent.c_str(),
+            twin->sent.c_str());
+    __builtin_trap();
+}
+
+__attribute__((noinline, no_sanitize("coverage", "undefined"))) bool
+same_window(const Window *w, const model::MWin *m) {
+    if (w == nullptr || m == nullptr)
+        return w == nullptr && m == nullptr;
+    if (w->rows != m->rows || w->columns != m->cols || w->screen_row != m->srow ||
+        w->screen_column != m->scol || w->cursor_row != m->crow ||
+        w->cursor_column != m->ccol || ((w->flags & WIN_HIDDEN) != 0) != m->hidden)
+        return false;
+    return std::memcmp(w->cells, m->cells, sizeof(Cell) * m->count) == 0;
+}
+
+// After every step: the same bytes sent, none of them a control byte (nor,
+// in a UTF-8 locale, a byte from 0x80 up: the terminal's strings here are
+// plain ASCII); the same image and marks; the same window named.
+__attribute__((noinline, no_sanitize("coverage", "undefined"))) void agree(int step, int op,
+                                                                           int id) {
+    if (fuzz_sent != twin->sent)
+        differ(step, op, "bytes sent");
+    for (unsigned char c : fuzz_sent)
+        if (fuzz_control(c) || (c >= 0x80 && twin->utf8))
+            differ(step, op, "a control or high byte sent");
+    fuzz_sent.clear();
+    twin->sent.clear();
+    static_assert(sizeof(Cell) == sizeof(model::MCell));
+    if (std::memcmp(win_lookup(0)->cells, twin->image(),
+                    sizeof(Cell) * WIN_SCREEN_ROWS * WIN_SCREEN_COLUMNS) != 0)
+        differ(step, op, "screen image");
+    if (!same_window(win_lookup(id), twin->find(id)))
+        differ(step, op, "window record or cells");
 }
 
 // With output on, every cell but the guarded bottom-right one has been sent.
@@ -71,104 +105,167 @@ __attribute__((noinline, no_sanitize("coverage", "undefined"))) void check_scree
             __builtin_trap();
 }
 
+__attribute__((noinline, no_sanitize("coverage", "undefined"))) void twin_start() {
+    twin = new model::State;
+    twin->start();
+}
+
+// One call on the library and its twin on the model; the arguments are read
+// first, in a fixed order.
+int step_both(Program &program, int op, int id, int step) {
+    int got = 0, want = 0;
+    switch (op) {
+    case 0: {
+        int row = program.number(), column = program.number();
+        int rows = program.number(), columns = program.number();
+        got = win_create(id, "fuzz", row, column, rows, columns);
+        want = twin->create(id, row, column, rows, columns);
+        if (got > 0)
+            live.push_back(got);
+        id = got;
+        break;
+    }
+    case 1:
+        got = win_destroy(id);
+        want = twin->destroy(id);
+        forget_dead();
+        break;
+    case 2:
+        got = win_show(id);
+        want = twin->show(id);
+        break;
+    case 3:
+        got = win_hide(id);
+        want = twin->hide(id);
+        break;
+    case 4:
+    case 5: {
+        // Text with the line attribute, over line cells or not, is text.
+        int row = program.number(), column = program.number(), attribute = program.byte();
+        if (op == 5)
+            attribute |= ATTR_LINE;
+        std::string text = program.text();
+        got = win_puts(id, row, column, text.c_str(), attribute);
+        want = twin->puts(id, row, column, text, attribute);
+        break;
+    }
+    case 6: {
+        int row = program.number(), column = program.number();
+        int rows = program.number(), columns = program.number();
+        got = win_clear(id, row, column, rows, columns);
+        want = twin->clear(id, row, column, rows, columns);
+        break;
+    }
+    case 7: {
+        // Mask 0 keeps the cell's character, whatever it is.
+        int merge = program.byte() & 1, row = program.number(), column = program.number();
+        int mask = program.byte() & 15;
+        got = win_line_cell(id, merge, row, column, mask);
+        want = twin->line_cell(id, merge, row, column, mask);
+        break;
+    }
+    case 8:
+    case 9: {
+        int merge = program.byte() & 1, ends = program.byte() & 1;
+        int row = program.number(), column = program.number(), length = program.number();
+        bool down = op == 9;
+        got = down ? win_vline(id, merge, ends, row, column, length)
+                   : win_hline(id, merge, ends, row, column, length);
+        want = twin->line(id, merge, ends, row, column, length, down);
+        break;
+    }
+    case 10: {
+        int merge = program.byte() & 1, row = program.number(), column = program.number();
+        int rows = program.number(), columns = program.number();
+        got = win_box(id, merge, row, column, rows, columns);
+        want = twin->box(id, merge, row, column, rows, columns);
+        break;
+    }
+    case 11: {
+        int merge = program.byte() & 1, row = program.number(), column = program.number();
+        std::string pattern = program.text();
+        got = win_put_lines(id, merge, row, column, pattern.c_str());
+        want = twin->put_lines(id, merge, row, column, pattern);
+        break;
+    }
+    case 12: {
+        int row = program.number(), column = program.number();
+        int rows = program.number(), columns = program.number();
+        got = win_refresh(id, row, column, rows, columns);
+        want = twin->refresh(id, row, column, rows, columns);
+        break;
+    }
+    case 13: {
+        int row = program.number(), column = program.number();
+        got = win_cursor(id, row, column);
+        want = twin->cursor(id, row, column);
+        break;
+    }
+    default:
+        if (program.byte() & 1) {
+            got = term_repaint();
+            want = twin->repaint();
+        } else {
+            int mode = program.byte() % 3 - 1;
+            got = term_screen_state(mode);
+            want = twin->screen_state(mode);
+        }
+        break;
+    }
+    if (got != want)
+        differ(step, op, "result");
+    agree(step, op, id);
+    return 0;
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    // Every input starts from a blank image with output on: the previous one
-    // destroyed its windows, which blanked what they covered.
     fuzz_screen_start();
-    term_screen_state(1);
+    if (twin == nullptr)
+        twin_start();
     fuzz_sent.clear();
+    // Every input starts from a blank image with output on: the previous one
+    // destroyed its windows, which blanked what they covered. The model has
+    // followed every step, so it starts from the same image.
+    term_screen_state(1);
+    twin->screen_state(1);
     // Straight drawing on the screen window by the previous input is undone.
     static bool drew_on_screen = false;
-    if (drew_on_screen)
+    if (drew_on_screen) {
         win_refresh(0, 0, 0, -1, -1);
+        twin->refresh(0, 0, 0, -1, -1);
+    }
     drew_on_screen = false;
+    agree(-1, -1, 0);
     Program program{data, size};
-    // A full-screen refresh costs some thousand cell comparisons: a short
-    // program keeps an input well under the time a large one would take.
-    // Twelve steps still make, draw on, overlap and end several windows.
-    for (int steps = 0; program.n > 0 && steps < 12; steps++) {
-        int op = program.byte() % 14;
+    int utf8 = program.byte() & 1;
+    term_set_utf8_locale(utf8);
+    twin->utf8 = utf8;
+    // A full-screen refresh costs some thousand cell comparisons on each
+    // side: a short program keeps an input well under the time a large one
+    // would take. Twelve steps still make, draw on, overlap and end several
+    // windows.
+    for (int step = 0; program.n > 0 && step < 12; step++) {
+        int op = program.byte() % 15;
         int id = pick(program);
         // Drawing straight into the screen window changes the image behind
         // the refresh's back: allowed, but then not every mark is sent.
-        if (id <= 0 && op >= 4 && op <= 10)
+        if (id <= 0 && op >= 4 && op <= 11)
             drew_on_screen = true;
-        switch (op) {
-        case 0: {
-            int row = program.number(), column = program.number();
-            int rows = program.number(), columns = program.number();
-            int made = win_create(id, "fuzz", row, column, rows, columns);
-            if (made > 0)
-                live.push_back(made);
-            break;
-        }
-        case 1:
-            win_destroy(id);
-            forget_dead();
-            break;
-        case 2:
-            win_show(id);
-            break;
-        case 3:
-            win_hide(id);
-            break;
-        case 4: {
-            int row = program.number(), column = program.number(), attribute = program.byte();
-            win_puts(id, row, column, program.text().c_str(), attribute);
-            break;
-        }
-        case 5:
-            win_clear(id, program.number(), program.number(), program.number(), program.number());
-            break;
-        case 6:
-            win_line_cell(id, program.byte() & 1, program.number(), program.number(),
-                          program.byte() & 15);
-            break;
-        case 7:
-        case 8: {
-            int merge = program.byte() & 1, ends = program.byte() & 1;
-            int row = program.number(), column = program.number(), length = program.number();
-            if (op == 7)
-                win_hline(id, merge, ends, row, column, length);
-            else
-                win_vline(id, merge, ends, row, column, length);
-            break;
-        }
-        case 9:
-            win_box(id, program.byte() & 1, program.number(), program.number(), program.number(),
-                    program.number());
-            break;
-        case 10:
-            win_put_lines(id, program.byte() & 1, program.number(), program.number(),
-                          program.text().c_str());
-            break;
-        case 11:
-            win_refresh(id, program.number(), program.number(), program.number(), program.number());
-            break;
-        case 12:
-            win_cursor(id, program.number(), program.number());
-            break;
-        default:
-            if (program.byte() & 1)
-                term_repaint();
-            else
-                term_screen_state(program.byte() % 3 - 1);
-            break;
-        }
+        step_both(program, op, id, step);
     }
     // Everything still waiting goes out now (switching output on sends it).
     term_screen_state(1);
+    twin->screen_state(1);
+    agree(12, -1, 0);
     if (!drew_on_screen)
         check_screen();
-    check_cells(0);
-    for (int id : live)
-        check_cells(id);
-    if (!fuzz_sent_clean())
-        __builtin_trap();
-    for (int id : live)
+    for (int id : live) {
         win_destroy(id);
+        twin->destroy(id);
+        agree(13, 1, id);
+    }
     live.clear();
     return 0;
 }
