@@ -42,6 +42,7 @@ void on_end(int) {
 void on_continue(int) {
     int saved = errno;
     ioctl(0, TCSETA, &session_state->work_mode);
+    config_lock_running();
     key_request_resume();
     errno = saved;
 }
@@ -55,6 +56,7 @@ void on_stop(int) {
     sigemptyset(&stop);
     sigaddset(&stop, SIGTSTP);
     sigprocmask(SIG_UNBLOCK, &stop, nullptr);
+    config_lock_stopped(); // so that a session kept out can say "stopped"
     kill(getpid(), SIGTSTP);
     // Continued here. A process group without a shell to continue it is
     // not stopped at all: the program goes on at once, so its mode and

@@ -17,7 +17,7 @@ void table_release(TableScreen *screen) {
         list_destroy(screen->list);
     screen->window = -1;
     screen->list = nullptr;
-    unlock_directory(screen->lock);
+    config_unlock(screen->lock);
     screen->lock = -1;
 }
 
@@ -155,11 +155,16 @@ int table_open(TableScreen *screen, const TableLayout *layout) {
     // One editor at a time: two sessions saving the same file would each
     // silently drop the other's changes. Without the directory there is
     // nothing to lock, and a save will say so.
-    screen->lock = lock_directory(AV_PATH_CONFIG_DIR);
-    if (screen->lock == -2) {
-        message_box(1, "Note", "Another session is editing the configuration; try again later.");
+    char note[AV_MSG_MAX];
+    screen->lock = config_lock(AV_PATH_CONFIG_DIR, note);
+    if (screen->lock == CONFIG_LOCK_BUSY) {
+        message_box(1, "Note", note);
         return -1;
     }
+    // Editing goes on, but the user has to know that nothing keeps a second
+    // session from overwriting the changes.
+    if (screen->lock == CONFIG_LOCK_FAILED)
+        message_box(1, "Note", note);
     if (screen->lock >= 0) {
         replace_remove_stale(AV_PATH_CONFIG_DIR);
     }
@@ -217,7 +222,7 @@ int table_open(TableScreen *screen, const TableLayout *layout) {
 void table_read_only(TableScreen *screen, const char *note) {
     snprintf(screen->read_only, sizeof screen->read_only, "%s", note);
     // Nothing will be saved from here, so other sessions need not wait.
-    unlock_directory(screen->lock);
+    config_unlock(screen->lock);
     screen->lock = -1;
 }
 

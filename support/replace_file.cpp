@@ -1,5 +1,4 @@
-// Safe replacement of a configuration file, and the directory lock that keeps
-// two sessions from editing the configuration at once.
+// Safe replacement of a configuration file.
 #include "support/support.h"
 
 #include <cerrno>
@@ -9,7 +8,6 @@
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
-#include <sys/file.h>
 #include <unistd.h>
 
 namespace {
@@ -198,25 +196,4 @@ void replace_remove_stale(const char *dir) {
         }
     }
     closedir(entries);
-}
-
-int lock_directory(const char *path) {
-    // Close-on-exec: the print command and the status program must not
-    // inherit the lock and hold it past this session.
-    int fd = open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0) {
-        return -1;
-    }
-    if (flock(fd, LOCK_EX | LOCK_NB) != 0) {
-        int busy = errno == EWOULDBLOCK;
-        close(fd);
-        return busy ? -2 : -1;
-    }
-    return fd;
-}
-
-void unlock_directory(int lock) {
-    if (lock >= 0) {
-        close(lock);
-    }
 }

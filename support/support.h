@@ -197,15 +197,29 @@ void replace_abandon(ReplaceFile *file);
 // way, for a handler that ends the process.
 void replace_cleanup();
 // Removes the temporary files (".<name>.avconfig-XXXXXX") that replacements
-// cut short by SIGKILL or a crash left in dir. Only while holding the directory's lock, so that no
-// save is under way there.
+// cut short by SIGKILL or a crash left in dir. Only while holding the
+// configuration lock, so that no save is under way there.
 void replace_remove_stale(const char *dir);
 
-// An exclusive advisory lock on a directory, released by unlock_directory or
-// when the process ends. The descriptor, -1 when the directory cannot be
-// opened (nothing is locked), -2 when another process holds the lock.
-int lock_directory(const char *path);
-void unlock_directory(int lock);
+// ---- the one-session lock of the configuration --------------------------------
+// A record lock on the 0600 root-owned file CONFIG_LOCK_NAME in the
+// configuration directory, created when missing and never followed through a
+// link. It is released by config_unlock or when the process ends.
+
+constexpr char CONFIG_LOCK_NAME[] = "avconfig.lock";
+constexpr int CONFIG_LOCK_BUSY = -2;   // another session holds it
+constexpr int CONFIG_LOCK_FAILED = -3; // no lock could be had otherwise
+
+// The lock's descriptor; -1 when dir does not exist (nothing is locked and
+// nothing said); CONFIG_LOCK_BUSY with a note naming the holder's process and
+// terminal; CONFIG_LOCK_FAILED with a note saying why. note: AV_MSG_MAX bytes.
+int config_lock(const char *dir, char *note);
+void config_unlock(int lock);
+// Async-signal-safe, for the stop and continue handlers: the held lock
+// records "stopped <seconds of CLOCK_BOOTTIME>" while this session is
+// stopped, so that others can say so when it stays stopped.
+void config_lock_stopped();
+void config_lock_running();
 // Size of the status record that the outside program writes.
 constexpr size_t FILE_STATUS_RECORD = 88;
 // Takes the owner's user and group IDs from a record of size bytes into

@@ -111,8 +111,10 @@ TEST(EditorsLines, SecondSessionIsKeptOutWhileTheFirstEdits) {
     ASSERT_TRUE(harness_wait_text(first, "Authorized UNIX Commands"));
     EXPECT_EQ(files_starting(root + "/conduvia/config", "."), std::vector<std::string>{});
     harness_type(second, "c");
-    EXPECT_TRUE(harness_wait_text(
-        second, "Another session is editing the configuration; try again later."));
+    // The note names the first session's process and terminal.
+    EXPECT_TRUE(harness_wait_text(second, "Another session (process " +
+                                              std::to_string(harness_pid(first)) + " on /dev/pts/"))
+        << harness_screen(second);
     EXPECT_EQ(harness_screen(second).find("Authorized"), std::string::npos);
     harness_type(second, " ");
     EXPECT_TRUE(harness_wait_text(second, MENU_TEXT));
