@@ -131,6 +131,8 @@ int line_edit(TableScreen *screen) {
 int line_save(TableScreen *screen) {
     if (screen->changed == 0)
         return TABLE_LEAVE;
+    if (!table_may_overwrite(screen))
+        return TABLE_STAY;
     char msg[AV_MSG_MAX];
     if (write_line_file(screen->layout->path, screen->list, msg) != 0) {
         // Nothing is lost: the screen stays open with every change.

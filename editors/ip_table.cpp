@@ -62,6 +62,8 @@ int ip_edit(TableScreen *screen) {
 int ip_save(TableScreen *screen) {
     if (screen->changed == 0)
         return TABLE_LEAVE;
+    if (!table_may_overwrite(screen))
+        return TABLE_STAY;
     // Owner "root", the group as the ownership helpers work it out, mode
     // 0666; written beside the file and renamed over it, so that a failure
     // leaves the old table whole.

@@ -125,6 +125,14 @@ int table_load(TableScreen *screen, char *msg) {
     return result == LINE_READ_ERROR ? LINE_READ_ERROR : 0;
 }
 
+int table_same_file(const TableFileId *a, const TableFileId *b) {
+    if (a->present != b->present)
+        return 0;
+    return !a->present ||
+           (a->device == b->device && a->inode == b->inode && a->size == b->size &&
+            a->modified.tv_sec == b->modified.tv_sec && a->modified.tv_nsec == b->modified.tv_nsec);
+}
+
 // 1 when the change that key asks for may go ahead; a read-only screen says
 // why it may not.
 int table_may_change(TableScreen *screen) {
@@ -217,6 +225,20 @@ int table_open(TableScreen *screen, const TableLayout *layout) {
         table_read_only(screen, "This file could not be read whole, so it cannot be changed here.");
     }
     return 0;
+}
+
+int table_may_overwrite(TableScreen *screen) {
+    TableFileId now = {};
+    struct stat status;
+    if (stat(screen->layout->path, &status) == 0)
+        table_identity(&status, &now);
+    // Gone since: there is nothing of anyone's to overwrite.
+    if (!now.present || table_same_file(&screen->loaded, &now))
+        return 1;
+    // Someone else wrote the file (ipaddr is writable by every user); saving
+    // would drop their change without a word. The yes/no box holds 67
+    // characters, so the question is put in fewer words than the full note.
+    return yes_no_box(1, "CONFIRM", "The file was changed outside this program. Overwrite it?");
 }
 
 void table_read_only(TableScreen *screen, const char *note) {

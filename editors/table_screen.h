@@ -78,6 +78,9 @@ int table_open(TableScreen *screen, const TableLayout *layout);
 // The window and the list are released either way.
 int table_run(TableScreen *screen);
 
+// Before a save: 1 when the file is still what was loaded, or the user
+// agrees to overwrite what someone else changed; 0 keeps the screen.
+int table_may_overwrite(TableScreen *screen);
 // Makes the screen read-only: note says why, on every change refused.
 void table_read_only(TableScreen *screen, const char *note);
 
