@@ -53,6 +53,8 @@ void print_search_places() {
     int n = tc_search_places(places);
     for (int i = 0; i < n; i++)
         printf(i == 0 ? "%s" : ", %s", places[i]);
+    if (!tc_search_pinned())
+        printf(" or the terminfo database");
 }
 
 } // namespace
@@ -103,7 +105,7 @@ int app_main(int argc, char **argv) {
     if (!isatty(0))
         return refuse("\aavconfig: standard input is not a terminal\n");
 
-    if (tc_flag("Ne") == 1)
+    if (tc_cap_flag(CAP_NE) == 1)
         escape_key_setting = 0;
     return term_session(&term_state);
 }

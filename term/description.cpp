@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <sys/ioctl.h>
 
 namespace {
@@ -84,21 +85,21 @@ int tc_read_entry(const char *path, const char *name) {
     return found;
 }
 
-int tc_read_entry_stream(FILE *f, const char *name) {
-    links_cut = 0;
-    char link_name[TC_NAME_MAX + 1];
-    const char *sought = name;
-    size_t sought_len = strlen(sought);
+namespace {
+
+// Reads the entry named name from f (from where it stands) into the entry
+// buffer: the first entry replaces what the buffer holds, a linked one
+// (first false) is appended without its names. False when f lacks it.
+bool read_named_entry(FILE *f, const char *name, bool first) {
+    size_t name_len = strlen(name);
     bool inside = false;
-    bool found = false;
-    int links = 0;
     char line[LINE_READ];
     while (fgets(line, sizeof line, f)) {
         if (!inside) {
-            if (!name_starts_line(line, sought, sought_len))
+            if (!name_starts_line(line, name, name_len))
                 continue;
             inside = true;
-            if (found) {
+            if (!first) {
                 char *colon = strchr(line, ':');
                 if (!colon)
                     colon = line + strlen(line);
@@ -107,50 +108,172 @@ int tc_read_entry_stream(FILE *f, const char *name) {
                 entry_len = 0;
                 entry[0] = '\0';
             }
-            found = true;
         }
         append_line(line);
         size_t len = strlen(line);
         if (len >= 2 && line[len - 2] == '\\')
             continue;
-        int tc = tc_find("tc");
-        if (tc < 0 || entry[tc] != '=')
-            break;
+        return true;
+    }
+    return inside;
+}
+
+// Links still to follow, innermost first: an entry may end in several "tc"
+// fields, and each linked entry's own links come before its later siblings.
+constexpr int PENDING_MAX = 16;
+char pending[PENDING_MAX][TC_NAME_MAX + 1];
+int pending_count;
+
+// Cuts the entry at its first "tc" field and queues that link and the
+// "tc" fields after it (any other field there is dropped, as for one link).
+// False when the entry has no link.
+bool take_links() {
+    const char *tc_name = term_capabilities[CAP_TC].name;
+    size_t tc_len = strlen(tc_name);
+    int tc = tc_find(tc_name);
+    if (tc < 0 || entry[tc] != '=')
+        return false;
+    int cut = tc - static_cast<int>(tc_len);
+    // The names of this entry's links, in order, as offsets into the entry.
+    int starts[PENDING_MAX];
+    int lengths[PENDING_MAX];
+    int n = 0;
+    // cut is where the "tc" field's name begins, just after its ":".
+    for (int field = cut; field < entry_len;) {
+        int end = field;
+        while (end < entry_len && entry[end] != ':')
+            ++end;
+        int value = field + static_cast<int>(tc_len) + 1;
+        if (end > value && strncmp(entry + field, tc_name, tc_len) == 0 &&
+            entry[value - 1] == '=' && n < PENDING_MAX) {
+            starts[n] = value;
+            lengths[n] = end - value > TC_NAME_MAX ? TC_NAME_MAX : end - value;
+            ++n;
+        }
+        field = end + 1;
+    }
+    if (n == 0) {
+        // "tc=" with an empty name: nothing to follow, and nothing to keep.
+        entry_len = cut;
+        entry[entry_len] = '\0';
+        return true;
+    }
+    // Pushed last first, so that the first link is followed first.
+    for (int i = n - 1; i >= 0 && pending_count < PENDING_MAX; --i) {
+        memcpy(pending[pending_count], entry + starts[i], static_cast<size_t>(lengths[i]));
+        pending[pending_count][lengths[i]] = '\0';
+        ++pending_count;
+    }
+    entry_len = cut;
+    entry[entry_len] = '\0';
+    return true;
+}
+
+// Appends the linked entries of the entry now loaded, found in f.
+void follow_links(FILE *f) {
+    pending_count = 0;
+    int links = 0;
+    for (;;) {
+        take_links();
+        if (pending_count == 0)
+            return;
         if (links >= TC_LINKS_MAX) {
             // Give up on the loop as on a missing link: keep what was read,
             // and let start-up say that capabilities may be missing.
             links_cut = 1;
-            entry_len = tc - 2;
-            entry[entry_len] = '\0';
-            break;
+            pending_count = 0;
+            return;
         }
         ++links;
-        int start = tc + 1;
-        int end = start;
-        while (end < entry_len && entry[end] != ':')
-            ++end;
-        int n = end - start;
-        if (n > TC_NAME_MAX)
-            n = TC_NAME_MAX;
-        memcpy(link_name, entry + start, static_cast<size_t>(n));
-        link_name[n] = '\0';
-        sought = link_name;
-        sought_len = static_cast<size_t>(n);
-        entry_len = tc - 2;
-        entry[entry_len] = '\0';
-        inside = false;
+        --pending_count;
+        char name[TC_NAME_MAX + 1];
+        strcpy(name, pending[pending_count]);
+        // A link that the file lacks is no error: the entry stays as read.
         rewind(f);
+        read_named_entry(f, name, false);
     }
-    return found ? 1 : 0;
 }
+
+} // namespace
+
+int tc_read_entry_stream(FILE *f, const char *name) {
+    links_cut = 0;
+    if (!read_named_entry(f, name, true))
+        return 0;
+    follow_links(f);
+    return 1;
+}
+
+namespace {
+
+void load_entry_text(const char *text);
+
+// True when the names field of text (up to its first ":") holds name.
+bool text_names_include(const char *text, const char *name) {
+    size_t n = strlen(name);
+    const char *end = strchr(text, ':');
+    if (!end)
+        end = text + strlen(text);
+    for (const char *p = text; p < end;) {
+        const char *bar = static_cast<const char *>(memchr(p, '|', static_cast<size_t>(end - p)));
+        const char *stop = bar ? bar : end;
+        if (static_cast<size_t>(stop - p) == n && strncmp(p, name, n) == 0)
+            return true;
+        p = stop + 1;
+    }
+    return false;
+}
+
+} // namespace
+
+int tc_read_entry_text(const char *text, const char *name) {
+    links_cut = 0;
+    if (!text || !text_names_include(text, name))
+        return 0;
+    load_entry_text(text);
+    return 1;
+}
+
+namespace {
+
+void load_entry_text(const char *text) {
+    entry_len = 0;
+    entry[0] = '\0';
+    // Line by line as from a file: continuation lines join the first, and
+    // the first line that does not continue ends the entry.
+    bool line_start = true;
+    for (const char *p = text; *p && *p != '\n'; ++p) {
+        if (line_start && (*p == ' ' || *p == '\t' || *p == ':' || *p == '|'))
+            continue;
+        line_start = false;
+        if (p[0] == '\\' && p[1] == '\n') {
+            ++p;
+            line_start = true;
+            continue;
+        }
+        if (entry_len < ENTRY_MAX)
+            entry[entry_len++] = *p;
+    }
+    entry[entry_len] = '\0';
+    // Links are looked for in the text, as in the file that held an entry.
+    FILE *f = fmemopen(const_cast<char *>(text), strlen(text), "r");
+    if (f) {
+        follow_links(f);
+        fclose(f);
+    } else {
+        take_links();
+        pending_count = 0;
+    }
+}
+
+} // namespace
 
 int tc_links_cut() {
     return links_cut;
 }
 
 int tc_search_places(const char *places[TC_PLACES_MAX]) {
-    const char *vars[] = {"AVTERMCAP", "QXTERMCAP"};
-    for (const char *var : vars) {
+    for (const char *var : {"AVTERMCAP", "QXTERMCAP"}) {
         const char *path = getenv(var);
         if (path && path[0] == '/') {
             places[0] = path; // an explicit file replaces the whole search
@@ -173,6 +296,33 @@ int tc_load(const char *name) {
     for (int i = 0; i < n; i++)
         if (tc_read_entry(places[i], name))
             return 1;
+    if (tc_search_pinned())
+        return 0;
+    // TERMCAP holding an entry's text comes after the files: GNU screen
+    // exports its own generic entry that way, and the description files
+    // hold the ones written for this program.
+    const char *text = getenv("TERMCAP");
+    if (text && text[0] != '/' && tc_read_entry_text(text, name))
+        return 1;
+    // Last, the compiled terminfo database, which knows far more types than
+    // any termcap file here. It comes before start-up's family fallback
+    // (each family name is searched the same way): a type's own compiled
+    // entry describes its keys and motion, a family's only resembles them.
+    static char compiled[2 * ENTRY_MAX];
+    if (tc_terminfo_entry(name, compiled, sizeof compiled) >= 0) {
+        links_cut = 0;
+        load_entry_text(compiled);
+        return 1;
+    }
+    return 0;
+}
+
+int tc_search_pinned() {
+    for (const char *var : {"AVTERMCAP", "QXTERMCAP"}) {
+        const char *path = getenv(var);
+        if (path && path[0] == '/')
+            return 1;
+    }
     return 0;
 }
 
@@ -293,6 +443,9 @@ const char *tc_str(const char *name) {
                 break;
             case 'v':
                 area_put(11);
+                break;
+            case 's':
+                area_put(' '); // the standard dialect's blank
                 break;
             default:
                 // Unknown escape: keep the backslash, decode the next

@@ -66,11 +66,6 @@ int level_find(int level, unsigned char byte) {
     return NONE;
 }
 
-void bind_cap(const char *cap, int code, int priority) {
-    if (const char *seq = tc_str(cap))
-        key_bind(seq, priority, code);
-}
-
 [[noreturn]] void hang_up() {
     if (hangup_handler)
         hangup_handler();
@@ -84,6 +79,8 @@ void fill_buffer() {
         // that lands just before the read waits for the next key.
         while (resume_requested) {
             resume_requested = 0;
+            // The stop took the keypad out of its mode with the rest.
+            term_keypad_on();
             if (resume_handler)
                 resume_handler();
         }
@@ -149,10 +146,16 @@ int term_raw_mode(TermState *state, unsigned char min_chars, unsigned char tenth
     m.c_cc[VTIME] = tenths;
     m.c_cc[VINTR] = 255;
     m.c_cc[VQUIT] = 255;
-    return ioctl(0, TCSETA, &m);
+    int result = ioctl(0, TCSETA, &m);
+    // The key table holds what the keys send in the keypad mode the
+    // description names; a mode that was not set is not left either.
+    if (result == 0)
+        term_keypad_on();
+    return result;
 }
 
 void term_restore(TermState *state) {
+    term_keypad_off();
     ioctl(0, TCSETA, &state->saved_mode);
     state->work_mode = state->saved_mode;
 }
@@ -176,6 +179,78 @@ int key_bind(const char *sequence, int priority, int code) {
     return node;
 }
 
+// Without FS, this program's numbering makes k0 F1 and k9 F10. A
+// description in the standard dialect (as infocmp -C writes it) numbers its
+// keys from k1, names F10 "k;" and has k0 for a key F0 that no key code
+// stands for; read with k0 as F1, its F5 would act as F6 (which saves). So
+// without FS the standard numbering applies when the description shows that
+// dialect: a standard-only key name (k;, kh, @7, kP, kN, kI, kD) or the
+// keypad mode ks, or no k0 at all (this program's numbering would then have
+// no F1). Any FS, even out of range, keeps this program's numbering.
+int key_function_cap(int index) {
+    if (index < 0 || index > 9)
+        return -1;
+    int start = tc_cap_num(CAP_FS);
+    bool standard = false;
+    if (start < 0) {
+        standard = tc_cap_str(CAP_K0) == nullptr;
+        for (int i = 0; i < standard_key_mark_count && !standard; ++i)
+            standard = tc_cap_str(standard_key_marks[i]) != nullptr;
+    }
+    if (standard)
+        return index == 9 ? CAP_STD_F10 : CAP_K1 + index;
+    if (start > 9)
+        start = 0;
+    if (start < 0)
+        start = 0;
+    return CAP_K0 + (start + index) % 10;
+}
+
+int key_bindings(KeyBinding *out, int max) {
+    int count = 0;
+    auto add = [&](const char *sequence, int code, int priority, int cap) {
+        if (count < max)
+            out[count] = KeyBinding{sequence, code, priority, cap};
+        ++count;
+    };
+    bool group_bound = false;
+    for (int r = 0; r < key_table_size; ++r) {
+        const KeySource &row = key_table[r];
+        bool alternative = row.rule == KEY_RULE_ELSE || row.rule == KEY_RULE_BYTES_ELSE;
+        if (!alternative)
+            group_bound = false;
+        else if (group_bound)
+            continue;
+        switch (row.rule) {
+        case KEY_RULE_CAP:
+        case KEY_RULE_ELSE:
+            if (const char *sequence = tc_cap_str(row.cap)) {
+                add(sequence, row.code, row.priority, row.cap);
+                group_bound = true;
+            }
+            break;
+        case KEY_RULE_BYTES:
+        case KEY_RULE_BYTES_ELSE:
+            add(row.bytes, row.code, row.priority, -1);
+            group_bound = true;
+            break;
+        case KEY_RULE_BYTES_IF:
+            if (tc_cap_flag(row.cap) == 1)
+                add(row.bytes, row.code, row.priority, -1);
+            break;
+        case KEY_RULE_FKEYS:
+            for (int i = 0; i < 10; ++i) {
+                int cap = key_function_cap(i);
+                const char *sequence = cap >= 0 ? tc_cap_str(static_cast<TermCap>(cap)) : nullptr;
+                if (sequence)
+                    add(sequence, row.code + i, row.priority, cap);
+            }
+            break;
+        }
+    }
+    return count;
+}
+
 void key_init() {
     char one[2] = {0, 0};
     // Each level is a binary search tree: binding the bytes in ascending
@@ -187,46 +262,11 @@ void key_init() {
             key_bind(one, 0, b);
         }
     }
-    bind_cap("kl", KEY_LEFT, 4);
-    bind_cap("kr", KEY_RIGHT, 4);
-    bind_cap("ku", KEY_UP, 4);
-    bind_cap("kd", KEY_DOWN, 4);
-
-    bind_cap("kb", KEY_BACKSPACE, 1);
-    if (tc_flag("bs"))
-        key_bind("\b", 1, KEY_BACKSPACE);
-    if (const char *dk = tc_str("dk"))
-        key_bind(dk, 1, KEY_DELETE);
-    else if (const char *dk2 = tc_str("Dk"))
-        key_bind(dk2, 1, KEY_DELETE);
-    else
-        key_bind("\177", 1, KEY_DELETE);
-    bind_cap("al", KEY_INSERT, 1);
-    bind_cap("ta", KEY_TAB, 1);
-    bind_cap("bt", KEY_BACKTAB, 1);
-    key_bind("\020", 1, KEY_PGUP);
-    bind_cap("PU", KEY_PGUP, 1);
-    key_bind("\016", 1, KEY_PGDN);
-    bind_cap("PD", KEY_PGDN, 1);
-    bind_cap("ho", KEY_HOME, 1);
-    bind_cap("EN", KEY_END, 1);
-
-    char esc_digit[3] = {27, 0, 0};
-    for (int i = 0; i < 10; ++i) {
-        esc_digit[1] = static_cast<char>('0' + (i + 1) % 10);
-        key_bind(esc_digit, 3, KEY_F1 + i);
-    }
-    int start = tc_num("FS");
-    if (start < 0 || start > 9)
-        start = 0;
-    char cap[3] = {'k', 0, 0};
-    for (int i = 0; i < 10; ++i) {
-        cap[1] = static_cast<char>('0' + (start + i) % 10);
-        bind_cap(cap, KEY_F1 + i, 3);
-    }
-    key_bind("\033\033", 2, KEY_ESC_ESC);
-    key_bind("\033?", 2, KEY_ESC_QUERY);
-    key_bind("\033/", 2, KEY_ESC_SLASH);
+    // Enough for every row of the table, the ten function keys counted.
+    KeyBinding bindings[80];
+    int n = key_bindings(bindings, 80);
+    for (int i = 0; i < n && i < 80; ++i)
+        key_bind(bindings[i].sequence, bindings[i].priority, bindings[i].code);
 }
 
 namespace {

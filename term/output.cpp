@@ -28,11 +28,17 @@ struct Piece {
     int column;     // 0 takes the row, 1 the column
     int offset;     // offset byte of P_OFFSET
     int text_start; // P_LITERAL: position in the literal store
+    // Applied to the value before it is sent: add above_add when it is
+    // above above_limit (%>), then binary-coded decimal (%B).
+    int above_limit;
+    int above_add;
+    int bcd;
 };
 
 struct CursorTemplate {
     int usable;
     int origin;
+    int xor_mask; // %n: both values exclusive-or 96
     Piece pieces[PIECES_MAX];
     char literals[LITERAL_STORE];
 };
@@ -49,9 +55,18 @@ int cursor_off_len;
 int cursor_state = -1; // last set: 1 on, 0 off, -1 never
 bool ab_tail;          // the description asks for the tail on the way out
 
+const char *keypad_on_text = "";
+int keypad_on_len;
+const char *keypad_off_text = "";
+int keypad_off_len;
+
 const char *line_strings[LS_COUNT];
-const char *const LINE_CAPS[LS_COUNT] = {"GS", "GE", "GH", "GV", "GC", "GL", "GD",
-                                         "GR", "GU", "G1", "G2", "G3", "G4"};
+// The VT100 letter of each piece, as the standard "ac" pairs name them.
+const char ACS_LETTERS[LS_COUNT + 1] = "  qxnuwtvklmj";
+char acs_pieces[LS_COUNT][2];
+char acs_enter[64];
+// Attribute combinations built from the standard strings.
+char attribute_texts[16][64];
 const char *const LINE_FALLBACK[LS_COUNT] = {"",  "",  "-", "|", "+", "+", "+",
                                              "+", "+", "+", "+", "+", "+"};
 
@@ -92,10 +107,14 @@ struct Out {
 };
 
 void expand(Out &out, int row, int column) {
-    int values[2] = {row + tmpl.origin, column + tmpl.origin};
+    int values[2] = {(row + tmpl.origin) ^ tmpl.xor_mask, (column + tmpl.origin) ^ tmpl.xor_mask};
     int compensation[2] = {0, 0};
     for (const Piece &piece : tmpl.pieces) {
         int value = values[piece.column];
+        if (piece.above_add != 0 && value > piece.above_limit)
+            value += piece.above_add;
+        if (piece.bcd)
+            value = value / 10 * 16 + value % 10;
         switch (piece.kind) {
         case P_FREE:
             break;
@@ -139,12 +158,53 @@ void expand(Out &out, int row, int column) {
 // newline fallback.
 void settle_clear() {
     if (clear_len < 0) {
-        clear_text = tc_str("cl");
+        clear_text = tc_cap_str(CAP_CL);
         clear_len = clear_text ? static_cast<int>(strlen(clear_text)) : 0;
         if (clear_len == 0)
             term_lines();
     }
 }
+// The line-drawing set: this program's thirteen strings, else the standard
+// as, ae and ac (each piece the byte that ac pairs with its VT100 letter),
+// else the ASCII fallbacks. The set is never mixed.
+void load_line_strings() {
+    bool all = true;
+    for (int i = 0; i < LS_COUNT; ++i) {
+        line_strings[i] = tc_cap_str(static_cast<TermCap>(CAP_GS + i));
+        if (!line_strings[i])
+            all = false;
+    }
+    if (all)
+        return;
+    const char *enter = tc_cap_str(CAP_STD_AS);
+    const char *leave = tc_cap_str(CAP_STD_AE);
+    const char *pairs = tc_cap_str(CAP_STD_AC);
+    const char *enable = tc_cap_str(CAP_STD_EA);
+    all = enter && leave && pairs;
+    for (int i = LS_GH; all && i < LS_COUNT; ++i) {
+        const char *p = pairs;
+        while (p[0] && p[1] && p[0] != ACS_LETTERS[i])
+            p += 2;
+        acs_pieces[i][0] = p[0] && p[1] ? p[1] : '\0';
+        acs_pieces[i][1] = '\0';
+        line_strings[i] = acs_pieces[i];
+        all = acs_pieces[i][0] != '\0';
+    }
+    // The set may have to be enabled first (eA), and a program run before
+    // may have undone that: send it with every switch into line drawing.
+    if (all && enable && strlen(enable) + strlen(enter) < sizeof acs_enter) {
+        strcpy(acs_enter, enable);
+        strcat(acs_enter, enter);
+        enter = acs_enter;
+    }
+    line_strings[LS_GS] = enter;
+    line_strings[LS_GE] = leave;
+    if (!all) {
+        for (int i = 0; i < LS_COUNT; ++i)
+            line_strings[i] = LINE_FALLBACK[i];
+    }
+}
+
 TermWriteFn writer;
 
 void write_all(const char *text, size_t len) {
@@ -190,6 +250,8 @@ int term_parse_cursor(const char *cm) {
         tmpl.literals[store_used] = '\0';
         ++store_used;
     };
+    // %> and %B change the value of the conversion that follows them.
+    int above_limit = 0, above_add = 0, bcd = 0;
     auto add_conversion = [&](PieceKind kind, int offset) {
         open_literal = -1;
         Piece *p = new_piece(kind);
@@ -197,6 +259,10 @@ int term_parse_cursor(const char *cm) {
             return;
         p->column = selector;
         p->offset = offset;
+        p->above_limit = above_limit;
+        p->above_add = above_add;
+        p->bcd = bcd;
+        above_limit = above_add = bcd = 0;
         selector ^= 1;
     };
     const char *s = cm;
@@ -227,6 +293,21 @@ int term_parse_cursor(const char *cm) {
         case '%':
             add_literal('%');
             break;
+        case 'n':
+            tmpl.xor_mask = 96;
+            break;
+        case 'B':
+            bcd = 1;
+            break;
+        case '>':
+            if (s[2] == '\0' || s[3] == '\0') {
+                tmpl.usable = 0;
+                break;
+            }
+            above_limit = static_cast<unsigned char>(s[2]);
+            above_add = static_cast<unsigned char>(s[3]);
+            s += 2;
+            break;
         case '+':
             if (s[2] == '\0') {
                 tmpl.usable = 0;
@@ -251,19 +332,19 @@ int term_parse_cursor(const char *cm) {
 }
 
 const char *term_bc_string() {
-    if (const char *s = tc_str("bc"))
+    if (const char *s = tc_cap_str(CAP_BC))
         return s;
-    if (tc_flag("bs"))
+    if (tc_cap_flag(CAP_BS))
         return "\b";
-    if (const char *s = tc_str("kl"))
+    if (const char *s = tc_cap_str(CAP_KL))
         return s;
     return "(BC)";
 }
 
 const char *term_up_string() {
-    if (const char *s = tc_str("up"))
+    if (const char *s = tc_cap_str(CAP_UP))
         return s;
-    if (const char *s = tc_str("ku"))
+    if (const char *s = tc_cap_str(CAP_KU))
         return s;
     return "(UP)";
 }
@@ -271,7 +352,7 @@ const char *term_up_string() {
 void term_settle_motion() {
     bc_settled = term_bc_string();
     up_settled = term_up_string();
-    term_parse_cursor(tc_str("cm"));
+    term_parse_cursor(tc_cap_str(CAP_CM));
 }
 
 const char *term_goto(int row, int column) {
@@ -288,13 +369,17 @@ const char *term_goto(int row, int column) {
 void term_screen_strings() {
     // Settled now, so that term_leave can run in a signal handler.
     settle_clear();
-    ab_tail = tc_flag("Ab") == 1;
-    const char *on = tc_str("CN");
+    ab_tail = tc_cap_flag(CAP_AB) == 1;
+    const char *on = tc_cap_str(CAP_CN);
     if (!on)
-        on = tc_str("CO");
-    if (tc_flag("Ab"))
+        on = tc_cap_str(CAP_CO);
+    if (!on)
+        on = tc_cap_str(CAP_STD_VE);
+    if (ab_tail)
         on = AB_TAIL;
-    const char *off = tc_str("CF");
+    const char *off = tc_cap_str(CAP_CF);
+    if (!off)
+        off = tc_cap_str(CAP_STD_VI);
     if (!on || !off) {
         cursor_on_text = cursor_off_text = "";
         cursor_on_len = cursor_off_len = 0;
@@ -304,17 +389,15 @@ void term_screen_strings() {
         cursor_off_text = off;
         cursor_off_len = static_cast<int>(strlen(off));
     }
-    bool all = true;
-    for (int i = 0; i < LS_COUNT; ++i) {
-        line_strings[i] = tc_str(LINE_CAPS[i]);
-        if (!line_strings[i])
-            all = false;
-    }
-    // Never mix the terminal's pieces with ASCII ones.
-    if (!all) {
-        for (int i = 0; i < LS_COUNT; ++i)
-            line_strings[i] = LINE_FALLBACK[i];
-    }
+    // Sending one without the other would leave the keypad in a mode the
+    // shell does not expect.
+    keypad_on_text = tc_cap_str(CAP_STD_KS);
+    keypad_off_text = tc_cap_str(CAP_STD_KE);
+    if (!keypad_on_text || !keypad_off_text)
+        keypad_on_text = keypad_off_text = "";
+    keypad_on_len = static_cast<int>(strlen(keypad_on_text));
+    keypad_off_len = static_cast<int>(strlen(keypad_off_text));
+    load_line_strings();
 }
 
 const char *term_line_string(int which) {
@@ -342,7 +425,7 @@ void term_cursor_again() {
 
 int term_lines() {
     if (!lines_known) {
-        lines_value = tc_num("li");
+        lines_value = tc_cap_num(CAP_LI);
         lines_known = true;
     }
     return lines_value;
@@ -364,7 +447,7 @@ void term_clear() {
 
 int term_auto_margin() {
     if (auto_margin_value < 0) {
-        int aw = tc_num("aw");
+        int aw = tc_cap_num(CAP_AW);
         if (aw >= 0)
             auto_margin_value = aw != 0 ? 1 : 0;
         else
@@ -373,9 +456,62 @@ int term_auto_margin() {
     return auto_margin_value;
 }
 
+void term_keypad_on() {
+    write_all(keypad_on_text, static_cast<size_t>(keypad_on_len));
+}
+
+void term_keypad_off() {
+    write_all(keypad_off_text, static_cast<size_t>(keypad_off_len));
+}
+
+const char *term_attribute_string(int bits) {
+    bits &= 15;
+    if (const char *own = tc_cap_str(static_cast<TermCap>(CAP_NORM + bits)))
+        return own;
+    const TermCap second[2] = {CAP_SE, CAP_SO};
+    const TermCap third[2] = {CAP_STD_ME, CAP_STD_MR};
+    if (bits < 2) {
+        if (const char *s = tc_cap_str(second[bits]))
+            return s;
+        if (const char *s = tc_cap_str(third[bits]))
+            return s;
+        return "";
+    }
+    // A combination starts with "me", which resets everything, so that it
+    // sets exactly its attributes from any other. Only where "me" is also the
+    // normal string: leaving a combination through "se" would keep the rest.
+    const char *reset = tc_cap_str(CAP_STD_ME);
+    if (!reset || tc_cap_str(CAP_NORM) || tc_cap_str(CAP_SE))
+        return "";
+    char *out = attribute_texts[bits];
+    size_t used = 0;
+    const TermCap pieces[4] = {CAP_STD_US, CAP_STD_MD, CAP_STD_MB, CAP_STD_MR};
+    const int bit_of[4] = {8, 4, 2, 1};
+    const char *parts[5] = {reset, nullptr, nullptr, nullptr, nullptr};
+    int n = 1;
+    for (int i = 0; i < 4; ++i) {
+        if (!(bits & bit_of[i]))
+            continue;
+        parts[n] = tc_cap_str(pieces[i]);
+        if (!parts[n])
+            return "";
+        ++n;
+    }
+    for (int i = 0; i < n; ++i) {
+        size_t len = strlen(parts[i]);
+        if (used + len >= sizeof attribute_texts[bits])
+            return "";
+        memcpy(out + used, parts[i], len);
+        used += len;
+    }
+    out[used] = '\0';
+    return out;
+}
+
 void term_leave(const TermState *state) {
     term_clear();
     write_all(cursor_on_text, static_cast<size_t>(cursor_on_len));
+    term_keypad_off();
     ioctl(0, TCSETA, &state->saved_mode);
     if (ab_tail)
         write_all(AB_TAIL, sizeof AB_TAIL - 1);
@@ -409,6 +545,8 @@ void output_reset() {
     up_settled = "(UP)";
     cursor_on_text = cursor_off_text = "";
     cursor_on_len = cursor_off_len = 0;
+    keypad_on_text = keypad_off_text = "";
+    keypad_on_len = keypad_off_len = 0;
     for (auto &s : line_strings)
         s = nullptr;
     clear_text = nullptr;

@@ -67,6 +67,84 @@ inline int key_is_repaint(int key) {
     return key == KEY_CTRL_L || key == KEY_CTRL_R;
 }
 
+// ---- the capability table (capabilities.cpp) ---------------------------------
+
+// Every capability the program reads, by its index in term_capabilities,
+// which gives each its name, type, reader and fallback. Call sites use these
+// indexes, so that the names are spelled in one file only. The standard
+// termcap names (CAP_STD_...) serve where this program's own are absent.
+// clang-format off
+enum TermCap : int {
+    // cursor motion and screen
+    CAP_CM, CAP_BC, CAP_BS, CAP_UP, CAP_CL, CAP_LI, CAP_AW, CAP_NE,
+    // cursor visibility
+    CAP_CN, CAP_CO, CAP_AB, CAP_CF, CAP_STD_VE, CAP_STD_VI,
+    // keypad transmit mode
+    CAP_STD_KS, CAP_STD_KE,
+    // line drawing, in LineString order
+    CAP_GS, CAP_GE, CAP_GH, CAP_GV, CAP_GC, CAP_GL, CAP_GD, CAP_GR, CAP_GU,
+    CAP_G1, CAP_G2, CAP_G3, CAP_G4,
+    CAP_STD_AS, CAP_STD_AE, CAP_STD_AC, CAP_STD_EA,
+    // display attributes: the sixteen combinations in attribute-bit order
+    CAP_NORM, CAP_REV, CAP_BLINK, CAP_BLINK_REV, CAP_BOLD, CAP_BOLD_REV,
+    CAP_BOLD_BLINK, CAP_BOLD_BLINK_REV, CAP_UND, CAP_UND_REV, CAP_UND_BLINK,
+    CAP_UND_BLINK_REV, CAP_UND_BOLD, CAP_UND_BOLD_REV, CAP_UND_BOLD_BLINK,
+    CAP_UND_BOLD_BLINK_REV,
+    CAP_SE, CAP_SO,
+    CAP_STD_ME, CAP_STD_MR, CAP_STD_MB, CAP_STD_MD, CAP_STD_US,
+    // keys
+    CAP_KL, CAP_KR, CAP_KU, CAP_KD, CAP_KB, CAP_DK, CAP_DK2, CAP_AL, CAP_TA,
+    CAP_BT, CAP_PU, CAP_PD, CAP_HO, CAP_EN,
+    CAP_K0, CAP_K1, CAP_K2, CAP_K3, CAP_K4, CAP_K5, CAP_K6, CAP_K7, CAP_K8, CAP_K9,
+    CAP_FS,
+    CAP_STD_KH, CAP_STD_END, CAP_STD_KP, CAP_STD_KN, CAP_STD_KI, CAP_STD_KD,
+    CAP_STD_F10,
+    // links between entries
+    CAP_TC,
+    CAP_COUNT
+};
+// clang-format on
+
+// One row of the capability table.
+struct TermCapability {
+    TermCap cap;          // its own index: the table is checked against the enum
+    const char *name;     // as spelled in a description
+    char type;            // 'B' boolean, 'N' number, 'S' string
+    const char *reader;   // who reads it
+    const char *fallback; // what serves when it is absent
+};
+extern const TermCapability term_capabilities[CAP_COUNT];
+
+// The key table that key_init walks, in binding order. Priorities decide
+// between bindings of the same bytes: a later binding replaces an earlier one
+// of equal or lower priority and loses to one of higher priority. The single
+// bytes are 0 (so any key claims its byte, and a default yields to what the
+// description binds), editing keys 1, the fixed ESC pairs 2, function keys 3
+// (so an F key that sends ESC "?" stays F) and the arrows 4 (so an arrow that
+// sends byte 8 stays an arrow with "bs").
+enum KeyRule : int {
+    KEY_RULE_CAP,        // the capability's sequence, if present; starts a group
+    KEY_RULE_ELSE,       // the capability's sequence, if its group bound nothing yet
+    KEY_RULE_BYTES,      // the fixed bytes; starts a group
+    KEY_RULE_BYTES_IF,   // the fixed bytes, when the boolean capability is present
+    KEY_RULE_BYTES_ELSE, // the fixed bytes, if their group bound nothing yet
+    KEY_RULE_FKEYS,      // F1 to F10 from k0..k9 (or k1..k9, k;), numbered by FS
+};
+struct KeySource {
+    KeyRule rule;
+    TermCap cap;       // the capability read (CAP_COUNT for fixed bytes)
+    const char *bytes; // the fixed bytes of the BYTES rules
+    int code;          // the key code (KEY_RULE_FKEYS: that of F1)
+    int priority;
+};
+extern const KeySource key_table[];
+extern const int key_table_size;
+
+// tc_flag, tc_num and tc_str of a capability of the table.
+int tc_cap_flag(TermCap cap);
+int tc_cap_num(TermCap cap);
+const char *tc_cap_str(TermCap cap);
+
 // ---- description loading ----------------------------------------------------
 
 struct TermState {
@@ -87,8 +165,17 @@ int term_init_family(int save_mode, TermState *state);
 // The description files tc_load searches, in order; returns how many.
 constexpr int TC_PLACES_MAX = 5;
 int tc_search_places(const char *places[TC_PLACES_MAX]);
+// Searches the description files, then a TERMCAP that holds an entry's
+// text, then the compiled terminfo database (the last two only when no
+// AVTERMCAP or QXTERMCAP pins the search); 1 found, 0 not.
 int tc_load(const char *name);
+// 1 when AVTERMCAP or QXTERMCAP names the one file to search: nothing else
+// is then tried.
+int tc_search_pinned();
 int tc_read_entry(const char *path, const char *name);
+// Loads the entry given as text (continuation lines allowed) when its names
+// include name, following its "tc" links within the text; 1 loaded, 0 not.
+int tc_read_entry_text(const char *text, const char *name);
 // The same over an open description (read from its start; rewound for links).
 int tc_read_entry_stream(FILE *file, const char *name);
 // 1 when the loaded entry had more "tc" links than are followed (the rest of
@@ -133,6 +220,14 @@ void term_screen_strings();
 const char *term_line_string(int which); // LineString index; "" before term_screen_strings
 void term_cursor_on();
 void term_cursor_off();
+// The keypad-transmit mode (ks, ke) that the key table was read for: on
+// once raw mode is set, off before the mode is put back. Nothing is sent
+// when the description lacks either string.
+void term_keypad_on();
+void term_keypad_off();
+// The string that sets exactly the display attributes of bits (ATTR_REV 1,
+// blink 2, bold 4, underline 8) from any others; "" when there is none.
+const char *term_attribute_string(int bits);
 // Sends the cursor visibility last set again, after something else (a stop
 // and continue) may have changed it.
 void term_cursor_again();
@@ -163,6 +258,21 @@ void term_restore(TermState *state);
 void term_leave(const TermState *state);
 void key_init();
 int key_bind(const char *sequence, int priority, int code);
+// One binding that key_init makes for the loaded description.
+struct KeyBinding {
+    const char *sequence;
+    int code;
+    int priority;
+    int cap; // the capability it comes from, or -1 for fixed bytes
+};
+// The bindings key_init makes after the single bytes, in its order, as the
+// key table yields them for the loaded description. Returns how many (at
+// most max are stored). Tests and the description dump read them here.
+int key_bindings(KeyBinding *out, int max);
+// Which capability is function key F1 + index for the loaded description,
+// or -1 when none is: FS numbers them, or the standard dialect does.
+int key_function_cap(int index);
+
 int key_read();
 // What key_read_any returns for a complete key sequence that the table does
 // not bind; key_read itself rings the bell for one and reads on.

@@ -3,6 +3,8 @@
 
 #include <cstddef>
 
+#include "term/term.h"
+
 // Settles the cursor-left and cursor-up strings and parses "cm"; run by
 // term_init once the entry is loaded.
 void term_settle_motion();
@@ -17,3 +19,8 @@ void key_reset();
 int tc_terminfo_convert(const unsigned char *data, size_t length, const char *name,
                         char *buffer, size_t size);
 int tc_terminfo_cup(const char *cup, char *out, size_t size);
+
+// Key names that only the standard termcap dialect uses: their presence
+// (without FS) numbers the function keys the standard way.
+extern const TermCap standard_key_marks[];
+extern const int standard_key_mark_count;

@@ -1,10 +1,12 @@
 #!/usr/bin/env python3
 """Holds data/termdef against the system's terminfo and fails on a mismatch.
 
-Usage: tools/termdef_vs_terminfo.py [--termdef FILE] [NAME...]
+Usage: tools/termdef_vs_terminfo.py --dump AVTERMDUMP [--termdef FILE] [NAME...]
        (default: every name in the file that terminfo knows)
 
-For each terminal it compares the cursor addressing (expanded for a few
+What the program uses comes from avtermdump, which reads the description
+through the terminal library itself; terminfo's side comes from the system's
+curses. For each terminal it compares the cursor addressing (for a few
 positions), the clear string, the arrow, function and editing keys, and the
 class of line drawing (VT100 set, code page 437, UTF-8, none). A difference is
 accepted only when DIFFERENCES below lists it with its reason. Exit status 1
@@ -19,10 +21,11 @@ import sys
 TERMDEF = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "data", "termdef")
 ESC = "\x1b"
 
-# Our key capability -> terminfo name.
-KEYS = [("kl", "kcub1"), ("kr", "kcuf1"), ("ku", "kcuu1"), ("kd", "kcud1"),
-        ("dk", "kdch1"), ("al", "kich1"), ("bt", "kcbt"), ("PU", "kpp"), ("PD", "knp"),
-        ("ho", "khome"), ("EN", "kend")] + [("F%d" % i, "kf%d" % i) for i in range(1, 11)]
+# The dump's key name -> terminfo name.
+KEYS = [("left", "kcub1"), ("right", "kcuf1"), ("up", "kcuu1"), ("down", "kcud1"),
+        ("delete", "kdch1"), ("insert", "kich1"), ("backtab", "kcbt"), ("pgup", "kpp"),
+        ("pgdn", "knp"), ("home", "khome"), ("end", "kend")] + \
+       [("f%d" % i, "kf%d" % i) for i in range(1, 11)]
 POSITIONS = [(0, 0), (4, 9), (12, 40), (23, 78)]
 PIECES = ["GH", "GV", "G2", "G1", "G3", "G4", "GD", "GU", "GR", "GL", "GC"]
 VT100 = "qxlkmjwvtun"  # the VT100 letters of the pieces, in PIECES order
@@ -72,95 +75,43 @@ wsvt25m xterm xterm-256color xterm-color xterm-debian xterm-mono xterm-r5 xterm-
 xterm-vt220 xterm-xfree86""".split()
 
 
-def entries(path):
-    """Maps every name to the fields of its entry, lines joined."""
-    text = open(path, encoding="latin-1").read().replace("\\\n", "")
-    result = {}
-    for line in text.splitlines():
-        if not line or line[0] in "# \t":
+def names_in(path):
+    """Every name of every entry in a description file (not the last, which
+    describes the entry, when there are several)."""
+    names = []
+    for line in open(path, encoding="latin-1"):
+        if line[:1] in ("", "#", " ", "\t", "\n"):
             continue
-        head, _, rest = line.partition(":")
-        names = head.split("|")
-        fields = [f.lstrip() for f in rest.split(":") if f.strip()]
-        for name in names[:-1] if len(names) > 1 else names:
-            result[name] = fields
-    return result
+        field = line.partition(":")[0].split("|")
+        names += field[:-1] if len(field) > 1 else field
+    return names
 
 
-def decode(value):
-    """A termcap string value as bytes (in a latin-1 str), as the program reads it."""
-    value = re.sub(r"^\d+(\.\d*)?\*?(?=.)", "", value)
-    out, i = "", 0
-    while i < len(value):
-        c = value[i]
-        i += 1
-        if c == "^" and i < len(value):
-            n = ord(value[i])
-            i += 1
-            out += chr(n - 96 if n > 95 else n - 64 if n > 63 else n)
-        elif c == "\\" and i < len(value):
-            m = re.match(r"[0-7]{1,3}", value[i:])
-            if m and m.group() != "000":
-                out += chr(int(m.group(), 8) & 255)
-                i += len(m.group())
-            elif value[i] in "E\\^afnrtv":
-                out += {"E": ESC, "\\": "\\", "^": "^", "a": "\a", "f": "\f", "n": "\n",
-                        "r": "\r", "t": "\t", "v": "\v"}[value[i]]
-                i += 1
-            else:
-                out += "\\"
-        else:
-            out += c
-    return out
+def unshow(text):
+    """The dump's byte notation back to bytes (in a latin-1 str)."""
+    return re.sub(r"\\(E|\\|[0-7]{3})",
+                  lambda m: ESC if m.group(1) == "E" else "\\" if m.group(1) == "\\"
+                  else chr(int(m.group(1), 8)), text)
 
 
-def resolve(all_entries, name):
-    """Decoded capabilities of the entry with its links followed; first wins."""
-    caps, seen = {}, set()
-    while name and name not in seen:
-        seen.add(name)
-        link = None
-        for field in all_entries.get(name, []):
-            key, kind, value = re.match(r"([^=#@]+)([=#@]?)(.*)", field).groups()
-            if key == "tc":
-                link = value
-            elif key not in caps:
-                caps[key] = None if kind == "@" else decode(value) if kind == "=" else value
-        name = link
-    start = int(caps.get("FS") or 0) % 10
-    for i in range(10):
-        caps["F%d" % (i + 1)] = caps.get("k%d" % ((start + i) % 10))
+def ours(dump, termdef, name):
+    """What the program uses on the terminal, or None without a description."""
+    run = subprocess.run([dump, "-f", termdef, name], capture_output=True, text=True,
+                         encoding="latin-1", env=dict(os.environ, LC_ALL="C"))
+    if run.returncode != 0:
+        return None
+    caps = {"goto": [], "keys": {}}
+    for line in run.stdout.splitlines():
+        word = line.split(" ")
+        if word[0] == "goto":
+            caps["goto"].append(unshow(" ".join(word[3:])))
+        elif word[0] in ("clear", "keypad-on"):
+            caps[word[0]] = unshow(" ".join(word[1:]))
+        elif word[0] == "line":
+            caps[word[1]] = unshow(" ".join(word[2:]))
+        elif word[0] == "key" and word[2] != "-":
+            caps["keys"].setdefault(word[1], []).append(unshow(" ".join(word[4:])))
     return caps
-
-
-def goto(cm, row, column):
-    """Expands a termcap cursor template (without the column-79 double motion)."""
-    out, values, i = "", [row, column], 0
-    while i < len(cm):
-        c = cm[i]
-        i += 1
-        if c != "%" or i >= len(cm):
-            out += c
-            continue
-        code = cm[i]
-        i += 1
-        if code == "i":
-            values = [v + 1 for v in values]
-        elif code == "r":
-            values.reverse()
-        elif code in "d23.+":
-            v = values.pop(0)
-            values.append(v)
-            if code == "+":
-                out += chr((v + ord(cm[i])) & 255)
-                i += 1
-            elif code == ".":
-                out += chr(v)
-            else:
-                out += str(v).zfill({"d": 1, "2": 2, "3": 3}[code])
-        else:
-            out += "%" + code if code != "%" else "%"
-    return out
 
 
 DUMP = """
@@ -192,6 +143,8 @@ def terminfo(name):
 
 
 def drawing_class(pieces):
+    if pieces == list("-|+++++++++"):
+        return "ascii"
     for cls, chars in (("vt100", VT100), ("cp437", CP437)):
         if pieces == list(chars):
             return cls
@@ -226,55 +179,65 @@ def allowed(name, info, cap, theirs, ours):
                (reason != APP or info.get("smkx")) for pattern, c, t, v, reason in DIFFERENCES)
 
 
-def check(name, ours, info):
+def check(name, mine, info):
     """The mismatches of one terminal, as lines of text."""
     problems = []
-    cm = ours.get("cm")
-    mine = [goto(cm, r, c) if cm else None for r, c in POSITIONS]
-    if mine != info["cup@"]:
-        problems.append("cm %s gives %s, terminfo %s" % (show(cm), [show(m) for m in mine],
-                                                         [show(t) for t in info["cup@"]]))
+    if mine["goto"] != info["cup@"]:
+        problems.append("cursor motion %s, terminfo %s" % ([show(m) for m in mine["goto"]],
+                                                             [show(t) for t in info["cup@"]]))
     # With the cursor at home, erasing below it is erasing the whole screen.
     home_clear = lambda value: value and value.replace(ESC + "[H" + ESC + "[2J", ESC + "[H" + ESC + "[J")
-    if home_clear(ours.get("cl")) != home_clear(info.get("clear")):
-        problems.append("cl %s, terminfo clear %s" % (show(ours.get("cl")), show(info["clear"])))
-    for cap, ti in KEYS:
-        mine, theirs = ours.get(cap), info.get(ti)
-        if mine == theirs or (theirs is None and mine is not None):
+    if home_clear(mine.get("clear")) != home_clear(info.get("clear")):
+        problems.append("clear %s, terminfo clear %s" % (show(mine.get("clear")),
+                                                         show(info["clear"])))
+    for key, ti in KEYS:
+        sequences, theirs = mine["keys"].get(key, []), info.get(ti)
+        if theirs is None or theirs in sequences:
             continue
-        if not allowed(name, info, ti, theirs, mine):
-            problems.append("%s %s, terminfo %s %s" % (cap, show(mine), ti, show(theirs)))
-    pieces = [ours.get(p) for p in PIECES]
-    if any(ours.get(p) is None for p in ["GS", "GE"]):
-        pieces = [None]
+        if not any(allowed(name, info, ti, theirs, v) for v in sequences or [None]):
+            problems.append("%s %s, terminfo %s %s" % (key, [show(v) for v in sequences], ti,
+                                                       show(theirs)))
+    pieces = [mine.get(p) for p in PIECES]
     have, want = drawing_class(pieces), expected_class(name, info)
     if have != want and not allowed(name, info, "acsc", want, have):
         problems.append("line drawing %s, expected %s" % (have, want))
     elif have == want == "vt100":
         smacs, enacs = info.get("smacs"), info.get("enacs") or ""
         ok = {smacs} | ({ESC + "(0"} if ESC + ")0" in enacs else set())
-        if ours["GS"] not in ok:
-            problems.append("GS %s, terminfo smacs %s" % (show(ours["GS"]), show(smacs)))
+        if mine["GS"] not in ok:
+            problems.append("GS %s, terminfo smacs %s" % (show(mine["GS"]), show(smacs)))
     return problems
 
 
 def main(argv):
     path = TERMDEF
-    if argv[:1] == ["--termdef"]:
-        path, argv = argv[1], argv[2:]
-    all_entries = entries(path)
-    names = argv or [n for n in all_entries if not n.startswith("av-")]
+    dump = None
+    while argv[:1] in (["--termdef"], ["--dump"]):
+        if argv[0] == "--dump":
+            dump = argv[1]
+        else:
+            path = argv[1]
+        argv = argv[2:]
+    if dump is None:
+        print("usage: termdef_vs_terminfo.py --dump AVTERMDUMP [--termdef FILE] [NAME...]")
+        return 2
+    names = argv or [n for n in names_in(path) if not n.startswith("av-")]
     failed = checked = 0
     for name in BASE:
-        if name not in all_entries:
+        if ours(dump, path, name) is None:
             print("%s: no entry" % name)
             failed += 1
     for name in names:
         info = terminfo(name)
         if info is None:
             continue
+        mine = ours(dump, path, name)
+        if mine is None:
+            print("%s: no entry" % name)
+            failed += 1
+            continue
         checked += 1
-        problems = check(name, resolve(all_entries, name), info)
+        problems = check(name, mine, info)
         for problem in problems:
             print("%s: %s" % (name, problem))
         failed += bool(problems)

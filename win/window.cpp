@@ -47,23 +47,9 @@ int take_id() {
     return id;
 }
 
-const char *const attribute_names[16] = {
-    "norm",     "rev",          "blink",          "blink_rev",
-    "bold",     "bold_rev",     "bold_blink",     "bold_blink_rev",
-    "und",      "und_rev",      "und_blink",      "und_blink_rev",
-    "und_bold", "und_bold_rev", "und_bold_blink", "und_bold_blink_rev",
-};
-
 void load_attribute_table() {
     for (int i = 0; i < 16; i++)
-        win_attribute_table[i] = tc_str(attribute_names[i]);
-    if (!win_attribute_table[0])
-        win_attribute_table[0] = tc_str("se");
-    if (!win_attribute_table[1])
-        win_attribute_table[1] = tc_str("so");
-    for (int i = 0; i < 16; i++)
-        if (!win_attribute_table[i])
-            win_attribute_table[i] = "";
+        win_attribute_table[i] = term_attribute_string(i);
 }
 
 void undo_create(int id, Window *w) {

@@ -13,7 +13,8 @@ TEST(AppStartup, VersionsAndRefusals) {
     const std::string bad_argument = "\aInvalid Argument...\n";
     const std::string no_description = "\aavconfig: no description for terminal ";
     const std::string searched =
-        AV_PRODUCT_ROOT "/termdef, /etc/termcap.AV, /etc/termcap.AVQX, /etc/termcap\n";
+        AV_PRODUCT_ROOT "/termdef, /etc/termcap.AV, /etc/termcap.AVQX, /etc/termcap or the "
+                        "terminfo database\n";
     struct Case {
         std::vector<std::string> args;
         std::vector<std::string> env; // "TERM" alone: no TERM at all

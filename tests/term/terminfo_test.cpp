@@ -464,3 +464,40 @@ TEST_F(Terminfo, NamesField) {
         EXPECT_LT(text.find('\n'), 254u) << "the first line fits any line reader";
     }
 }
+
+// The database is the last place searched, and only when no file is pinned;
+// family names are searched the same way, so a type's own entry comes first.
+TEST_F(Terminfo, LastResortOfTheSearch) {
+    Compiled c = xterm_like();
+    c.names = "avti-last|compiled only";
+    db.add("avti-last", c.bytes());
+    struct Case {
+        const char *type;
+        const char *avtermcap; // nullptr: unset
+        const char *termcap;   // nullptr: unset
+        int loaded;            // term_init, then term_init_family on -2
+        int li;
+    };
+    const Case cases[] = {
+        {"avti-last", nullptr, nullptr, 0, 24},
+        {"avti-last", "/nonexistent", nullptr, -2, -1}, // a pinned file is the whole search
+        {"avti-last", nullptr, "avti-last:li#9:", 0, 9}, // TERMCAP text comes first
+        {"avti-last-x", nullptr, nullptr, 0, 24},        // by its family
+        {"avti-nowhere", nullptr, nullptr, -2, -1},
+    };
+    unsetenv("QXTERMCAP");
+    for (const Case &k : cases) {
+        SCOPED_TRACE(k.type);
+        term_reset();
+        k.avtermcap ? setenv("AVTERMCAP", k.avtermcap, 1) : unsetenv("AVTERMCAP");
+        k.termcap ? setenv("TERMCAP", k.termcap, 1) : unsetenv("TERMCAP");
+        setenv("AVTERM", k.type, 1);
+        TermState state{};
+        int loaded = term_init(0, &state);
+        if (loaded == -2)
+            loaded = term_init_family(0, &state);
+        EXPECT_EQ(loaded, k.loaded);
+        EXPECT_EQ(tc_num("li"), k.li);
+    }
+    unsetenv("TERMCAP");
+}
