@@ -68,8 +68,11 @@ int ip_save(TableScreen *screen) {
     // 0666; written beside the file and renamed over it, so that a failure
     // leaves the old table whole.
     ReplaceFile file;
-    if (replace_open(&file, AV_PATH_IPADDR, "root", nullptr, 0666) != 0) {
-        message_box(1, "Error", "Error opening IP address file for save!");
+    char msg[AV_MSG_MAX];
+    if (replace_open(&file, AV_PATH_IPADDR, "root", nullptr, 0666, 0666) != 0) {
+        snprintf(msg, sizeof msg, "Error opening IP address file for save! (%s)",
+                 str_error(file.error));
+        message_box(1, "Error", msg);
         return TABLE_STAY;
     }
     int count = list_count(screen->list);
@@ -87,7 +90,9 @@ int ip_save(TableScreen *screen) {
     }
     if (replace_commit(&file) != 0) {
         // The screen stays open with every change for a later save.
-        message_box(1, "Error", "Error writing IP address file for save!");
+        snprintf(msg, sizeof msg, "Error writing IP address file for save! (%s)",
+                 str_error(file.error));
+        message_box(1, "Error", msg);
         return TABLE_STAY;
     }
     return TABLE_LEAVE;

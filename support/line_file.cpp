@@ -17,17 +17,35 @@ void message(char *msg, const char *text) {
     }
 }
 
-void message_path(char *msg, const char *format, const char *path) {
-    if (msg != nullptr) {
-        snprintf(msg, AV_MSG_MAX, format, path);
-    }
-}
 
 void line_read_error(char *msg, const char *path, int error) {
     if (msg != nullptr) {
         snprintf(msg, AV_MSG_MAX, "%s while reading %s", strerror(error),
                  path != nullptr ? path : "");
     }
+}
+
+// "<what>: <path> (<reason>)", made to fit what a message box shows: a path
+// too long for that loses its beginning (".../config/env"), never the reason.
+void message_reason(char *msg, const char *what, const char *path, int error) {
+    if (msg == nullptr) {
+        return;
+    }
+    const char *reason = str_error(error);
+    size_t length = strlen(path);
+    int room = AV_MSG_SHOWN - static_cast<int>(strlen(what) + strlen(reason) + 5);
+    if (static_cast<int>(length) <= room) {
+        snprintf(msg, AV_MSG_MAX, "%s: %s (%s)", what, path, reason);
+        return;
+    }
+    room -= 3;
+    const char *tail = path + length - (room > 0 ? room : 0);
+    // From a component's start, when one is in reach.
+    const char *slash = strchr(tail, '/');
+    if (slash != nullptr && slash[1] != '\0') {
+        tail = slash;
+    }
+    snprintf(msg, AV_MSG_MAX, "%s: ...%s (%s)", what, tail, reason);
 }
 
 int compare_strings(const void *key, const void *data, int limit) {
@@ -61,7 +79,7 @@ int read_line_piece(FILE *file, char *piece) {
 int read_line_file(const char *path, List *list, const char *prefix, char *msg) {
     FILE *file = open_regular_file(path);
     if (file == nullptr) {
-        message_path(msg, "Could not open: %s", path != nullptr ? path : "");
+        message_reason(msg, "Could not open", path != nullptr ? path : "", errno);
         return -1;
     }
     int longest = read_line_stream(file, path, list, prefix, msg);
@@ -111,9 +129,15 @@ int read_line_stream(FILE *file, const char *path, List *list, const char *prefi
 int write_line_file(const char *path, List *list, char *msg) {
     // Written beside the file and renamed over it: an existing file keeps its
     // owner and mode, and a failure at any point leaves it whole.
+    // A new file is readable by all and writable by root only, whatever
+    // root's umask: a file any user could write would let them add commands.
     ReplaceFile file;
-    if (path == nullptr || replace_open(&file, path, nullptr, nullptr, -1) != 0) {
-        message_path(msg, "Could not open: %s", path != nullptr ? path : "");
+    if (path == nullptr) {
+        message_reason(msg, "Could not open", "", ENOENT);
+        return -1;
+    }
+    if (replace_open(&file, path, nullptr, nullptr, -1, 0644) != 0) {
+        message_reason(msg, "Could not open", path, file.error);
         return -1;
     }
     if (write_line_stream(file.stream, list, msg) != 0) {
@@ -121,7 +145,7 @@ int write_line_file(const char *path, List *list, char *msg) {
         return -1;
     }
     if (replace_commit(&file) != 0) {
-        message_path(msg, "Could not write: %s", path);
+        message_reason(msg, "Could not write", path, file.error);
         return -1;
     }
     return 0;

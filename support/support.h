@@ -17,6 +17,8 @@ inline void ignore_failure(int) {}
 
 // Size of every message buffer handed to the operations that can fail.
 constexpr int AV_MSG_MAX = 512;
+// How much of a message a message box shows.
+constexpr int AV_MSG_SHOWN = 76;
 
 // ---- memory and strings -------------------------------------------------
 
@@ -148,9 +150,23 @@ void trim_blanks(char *text);
 
 // Opens path for reading only when it is a regular file, without blocking on
 // the open (a FIFO without a writer, a device): anything else is treated as a
-// file that cannot be opened. Every reader of configuration, documentation
-// and terminal descriptions goes through here.
+// file that cannot be opened. A symbolic link owned by another user is not
+// followed. Every reader of configuration, documentation and terminal
+// descriptions goes through here. nullptr with errno set (see str_error).
 FILE *open_regular_file(const char *path);
+
+// Reasons of our own, beyond the system's error numbers, that errno and the
+// error fields below can carry.
+constexpr int AV_ELINKOWNER = 4097; // a link on the way belongs to another user
+constexpr int AV_ENOTREG = 4098;    // reached, but not a regular file
+// The text of an error number: the system's, or ours for the two above.
+const char *str_error(int error);
+// Follows the symbolic links of path as the kernel's protected-links rule
+// would for root: only links owned by this process's user. Stores the path
+// of what the last link names (which may not exist) in out, of size bytes.
+// 0, or an error number: AV_ELINKOWNER, ELOOP, ENAMETOOLONG, or what
+// readlink gave.
+int follow_own_links(const char *path, char *out, size_t size);
 
 // ---- file ownership helpers -------------------------------------------------
 
@@ -173,23 +189,40 @@ extern const char *file_status_template;
 // ---- safe replacement of a file ---------------------------------------------
 // The new contents go to a temporary file created exclusively beside the
 // file and are renamed over it only once all of it is written and synced, so
-// a failure or a kill at any point leaves the old file whole. Where the path
-// is a symbolic link, the link itself is replaced.
+// a failure or a kill at any point leaves the old file whole. A symbolic link
+// owned by root is followed and its target replaced in the target's own
+// directory; a link owned by anyone else is refused. A file with more than
+// one hard link, or one whose directory takes no new file while the file
+// itself is writable, is rewritten in place instead, keeping a copy of the
+// old contents that is put back if the rewrite fails.
 
 struct ReplaceFile {
     FILE *stream; // write the new contents here
+    int error;    // after a failure: its reason, for str_error
+    int in_place; // 1: the contents are written into the file itself at commit
+    int fd;       // in place: the file, open for reading and writing
+    // The owner, group and mode the file must end with (change_owner 0: keep
+    // whatever the file gets).
+    int change_owner;
+    uid_t uid;
+    gid_t gid;
+    mode_t mode;
+    struct stat old; // in place: the file before, to put its owner and mode back
     char temp[4096];
-    char path[4096];
+    char path[4096]; // the file replaced: a link's target when path is a link
 };
 
 // Owner and group: with no names, an existing regular file's own, else the
 // process defaults; with names, what set_owner_by_name gives. Mode: -1 keeps
-// an existing regular file's (a new one gets the process default), else the
-// given bits. 0, or -1 with nothing created (and errno set).
-int replace_open(ReplaceFile *file, const char *path, const char *user, const char *group,
-                 int mode);
-// Flushes, syncs, closes and renames the file into place. 0, or -1 with the
-// temporary file removed and the old file untouched.
+// an existing regular file's and gives a new one new_mode, whatever the
+// umask; else the given bits. An existing file's extended attributes (its
+// ACL among them) are carried over. 0, or -1 with nothing created or
+// changed, and file->error (and errno) set.
+int replace_open(ReplaceFile *file, const char *path, const char *user, const char *group, int mode,
+                 int new_mode);
+// Flushes, syncs, closes and renames the file into place (in place: writes,
+// truncates and syncs it). 0, or -1 with the old file untouched (or put back)
+// and file->error set.
 int replace_commit(ReplaceFile *file);
 // Closes and removes the temporary file.
 void replace_abandon(ReplaceFile *file);

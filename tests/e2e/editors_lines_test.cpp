@@ -90,9 +90,12 @@ TEST(EditorsLines, FailedSaveKeepsChangesUntilTheCauseIsMended) {
             EXPECT_EQ(harness_row_plain(h, 2).substr(2, 4), "who ") << no_directory;
             EXPECT_EQ(no_directory ? mkdir(dir.c_str(), 0755) : rmdir(path.c_str()), 0);
         };
-        std::string error = std::string("Could not open: ") + AV_PRODUCT_ROOT + "/conduvia/config";
+        // The path may lose its beginning to make room for the reason.
+        std::string error = std::string("/config/commands (") +
+                            (no_directory ? "No such file or directory)" : "Is a directory)");
         run_screen(root, 'c', "Authorized UNIX Commands",
-                   {{"awho{F6}{F6}", error + "/commands"}, {" ", "", mend}, {"{F6}"}}, "mended");
+                   {{"awho{F6}{F6}", error, shows({"Could not open: "})}, {" ", "", mend}, {"{F6}"}},
+                   "mended");
         EXPECT_EQ(file_bytes(path), "who\n") << no_directory;
     }
 }
