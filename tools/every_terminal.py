@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs the program on every terminal type the system's terminfo lists.
 
-Usage: tools/every_terminal.py [--termcap-text] PROGRAM PRODUCT_ROOT [TYPE...]
+Usage: tools/every_terminal.py [--termcap-text] [--jobs N] PROGRAM PRODUCT_ROOT [TYPE...]
        (default: every type `toe -a` lists)
 
 --termcap-text gives each type its `infocmp -C` entry in TERMCAP, which
@@ -17,6 +17,7 @@ item below is redrawn, no bell), and the cause of every refusal. Prints one
 line per type and the counts at the end.
 """
 import collections
+import multiprocessing
 import os
 import pty
 import select
@@ -109,8 +110,12 @@ def main(argv):
     if len(argv) < 2:
         print(__doc__)
         return 2
-    termcap_text = argv[:1] == ["--termcap-text"]
-    argv = argv[1:] if termcap_text else argv
+    termcap_text, jobs = False, 1
+    while argv[:1] in (["--termcap-text"], ["--jobs"]):
+        if argv[0] == "--jobs":
+            jobs, argv = int(argv[1]), argv[2:]
+        else:
+            termcap_text, argv = True, argv[1:]
     program, root, types = os.path.abspath(argv[0]), argv[1], argv[2:]
     if os.path.exists("/etc/termcap"):
         print("note: /etc/termcap exists and is searched before terminfo")
@@ -122,8 +127,10 @@ def main(argv):
         types = sorted({line.split()[0] for line in toe.splitlines() if line.strip()})
     counts = collections.Counter()
     causes = collections.Counter()
-    for term in types:
-        kind, why = run_one(program, term, termcap_text)
+    # Each run waits on the terminal most of its time: several at once.
+    with multiprocessing.Pool(jobs) as pool:
+        results = pool.starmap(run_one, [(program, t, termcap_text) for t in types])
+    for term, (kind, why) in zip(types, results):
         counts[kind] += 1
         if why:
             causes[(kind, why.split(": b")[0])] += 1
