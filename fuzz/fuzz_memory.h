@@ -24,17 +24,3 @@ inline size_t fuzz_first_lines(const uint8_t *data, size_t size, int max_lines) 
             return i + 1;
     return size;
 }
-
-// The bell goes to the standard output stream and is flushed at once: a
-// system call per bell, unless the stream is one that drops what it is given.
-inline void fuzz_quiet_stdout() {
-    static FILE *quiet = nullptr;
-    if (quiet != nullptr)
-        return;
-    cookie_io_functions_t drop = {};
-    drop.write = [](void *, const char *, size_t size) { return static_cast<ssize_t>(size); };
-    quiet = fopencookie(nullptr, "w", drop);
-    if (quiet == nullptr)
-        __builtin_trap();
-    stdout = quiet;
-}

@@ -1,22 +1,15 @@
-// Shared by the targets that draw: a readable terminal loaded from memory,
-// whose every string is printable, and a sink that keeps what is sent. A
+// Shared by the targets that draw: the widget fixture's terminal, loaded from
+// a description whose every string is printable, and what it catches. A
 // control byte in the output can then only have come from the data.
 #pragma once
 
-#include <cstdio>
-#include <cstring>
 #include <string>
 
 #include "fuzz_memory.h"
-#include "term/term.h"
-#include "term/term_internal.h"
+#include "widget_fixture.h"
 #include "win/win_internal.h"
 
-inline std::string fuzz_sent;
-
-inline void fuzz_sink(int, const char *bytes, size_t length) {
-    fuzz_sent.append(bytes, length);
-}
+inline std::string &fuzz_sent = widget_sent;
 
 inline bool fuzz_control(unsigned char c) {
     return c < 32 || (c >= 127 && c < 160);
@@ -37,27 +30,18 @@ __attribute__((noinline, no_sanitize("coverage"))) inline bool fuzz_sent_clean()
     return true;
 }
 
-// Once per process: the terminal, its key table, the output sink, the
-// window library.
+// Once per process: the terminal, its key table, the caught output, the
+// window library. Bells are counted and nothing else is passed on.
 inline void fuzz_screen_start() {
     static bool started = false;
     if (started)
         return;
     started = true;
-    static char description[] = "t:cm=<%d,%d>:cl=[CL]:li#24:aw#1:bc=(bc):up=(up):CN=[on]:CF=[off]:"
-                                "norm=[N]:rev=[R]:blink=[K]:bold=[B]:und=[U]:"
-                                "GS={:GE=}:GH=-:GV=!:GC=+:GL=L:GD=T:GR=R:GU=U:G1=b:G2=a:G3=c:G4=d:"
-                                "ku=\\E[A:kd=\\E[B:PU=\\E[5~:PD=\\E[6~:ho=\\E[H:EN=\\E[F:\n";
-    FILE *file = fmemopen(description, strlen(description), "r");
-    if (file == nullptr || tc_read_entry_stream(file, "t") != 1)
+    static const char description[] =
+        "t:cm=<%d,%d>:cl=[CL]:li#24:aw#1:bc=(bc):up=(up):CN=[on]:CF=[off]:"
+        "norm=[N]:rev=[R]:blink=[K]:bold=[B]:und=[U]:"
+        "GS={:GE=}:GH=-:GV=!:GC=+:GL=L:GD=T:GR=R:GU=U:G1=b:G2=a:G3=c:G4=d:"
+        "ku=\\E[A:kd=\\E[B:PU=\\E[5~:PD=\\E[6~:ho=\\E[H:EN=\\E[F:\n";
+    if (widget_terminal(description, sizeof description - 1, "t", nullptr) != 0)
         __builtin_trap();
-    fclose(file);
-    term_settle_motion();
-    term_screen_strings();
-    key_init();
-    term_set_writer(fuzz_sink);
-    // The same input must do the same whatever the fuzzing machine's locale.
-    term_set_utf8_locale(0);
-    fuzz_quiet_stdout();
-    term_blank_screen();
 }

@@ -1,7 +1,7 @@
 // Fuzzes the key table and reader: the input is a few sequences to bind
 // (separated by 0xFE, up to the first 0xFF) and then the bytes the terminal
 // sends, handed to the reader from memory in the bursts a read could give.
-#include "fuzz_keys.h"
+#include "widget_fixture.h"
 #include "term/term.h"
 
 #include <cstdint>
@@ -40,8 +40,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }
     const uint8_t *input = end ? end + 1 : data;
     size_t total = size - static_cast<size_t>(input - data);
-    fuzz_type(input, total, size > 0 ? data[0] % 16 + 1 : 1);
-    for (size_t keys = 1; !fuzz_keys_finished; keys++) {
+    widget_count_bells(nullptr); // unbound sequences ring
+    widget_type(input, total, size > 0 ? data[0] % 16 + 1 : 1);
+    for (size_t keys = 1; !widget_keys_finished; keys++) {
         int code = key_read();
         if (code <= 0 || keys > total + 1)
             __builtin_trap(); // NUL returned, or more keys than bytes

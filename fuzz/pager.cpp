@@ -4,7 +4,6 @@
 // show its line cut and padded to the width (control bytes as stand-ins), the
 // marks must match the position, and no control byte may reach the terminal.
 #include "forms/forms.h"
-#include "fuzz_keys.h"
 #include "fuzz_memory.h"
 #include "fuzz_screen.h"
 #include "support/support.h"
@@ -48,7 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     size_t document = end ? static_cast<size_t>(end - data) : size;
     const uint8_t *keys = end ? end + 1 : data + size;
     size_t typed = size - static_cast<size_t>(keys - data);
-    fuzz_type(keys, typed < 4 ? typed : 4, 256); // each scroll redraws every row
+    widget_type(keys, typed < 4 ? typed : 4, 256); // each scroll redraws every row
 
     FILE *file = fuzz_memory_file(data, fuzz_first_lines(data, document, 32));
     List *lines = list_create(25);
@@ -81,7 +80,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     int key;
     do
         key = pager_run(&pager, lines);
-    while (key != 'x' || !fuzz_keys_finished);
+    while (key != 'x' || !widget_keys_finished);
 
     for (int r = 0; r < pager.rows; r++) {
         int i = pager.top + r;

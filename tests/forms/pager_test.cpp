@@ -1,6 +1,8 @@
 // The pager as on the documentation screen: rows 1 to 21, marks at 22/72.
 #include "test_util.h"
-#include "widget_driver.h"
+#include "widget_screen.h"
+
+#include "forms/forms.h"
 
 namespace {
 
@@ -35,27 +37,53 @@ const PagerCase PAGER_CASES[] = {
      {{"Up Down Space PgUp PgDn Tab BackTab Home End Backspace =q", 0, 0, "--------", 10}}},
 };
 
+std::string line(int n) {
+    return (n < 10 ? "Line 0" : "Line ") + std::to_string(n);
+}
+
 TEST_P(FormsPager, Session) {
     const auto &[what, count, steps] = GetParam();
-    Harness *h = forms_start({"pager", "count=" + std::to_string(count)});
-    ASSERT_NE(h, nullptr);
+    Pager pager;
+    int key = 0, top_returned = -1; // the next run may move top before it waits
+    widget_start([&] {
+        int window = win_create(-1, "Pager", 0, 0, 24, 80);
+        pager_init(&pager);
+        pager.window = window;
+        pager.first_row = 1;
+        pager.rows = 21;
+        pager.width = 80;
+        pager.park_row = 23;
+        pager.park_column = 63;
+        List *list = list_create(25);
+        for (int i = 0; i < count; i++)
+            list_append(list, str_dup(line(i).c_str()), str_free);
+        win_hline(window, 0, 0, 22, 0, -1);
+        pager_show(&pager, list);
+        win_show(window);
+        while (key != KEY_F10) {
+            key = pager_run(&pager, list);
+            top_returned = pager.top;
+        }
+        list_destroy(list);
+        win_destroy(window);
+    });
     for (const auto &[keys, top, first, marks, bells] : steps) {
         SCOPED_TRACE(keys);
-        forms_keys(h, keys);
-        EXPECT_EQ(forms_status(h),
-                  "key=113 top=" + std::to_string(top) + " count=" + std::to_string(count));
+        widget_keys(keys);
+        EXPECT_EQ(key, 'q');
+        EXPECT_EQ(top_returned, top);
+        EXPECT_EQ(pager.count, count);
         for (int r = 0; r < 21; r++) {
             int n = first + r;
-            EXPECT_EQ(forms_status(h, 1 + r),
-                      n >= count ? "" : (n < 10 ? "Line 0" : "Line ") + std::to_string(n));
+            EXPECT_EQ(widget_text(1 + r), n >= count ? "" : line(n));
         }
-        EXPECT_EQ(harness_row_plain(h, 22).substr(72), marks);
+        EXPECT_EQ(widget_row(22).substr(72), marks);
         for (int i = 0; i < 8; i++)
-            EXPECT_EQ(harness_reverse(h, 22, 72 + i), marks[i] != '-') << "mark cell " << i;
-        EXPECT_EQ(harness_bells(h), bells);
-        EXPECT_EQ(harness_cursor(h), std::make_pair(23, 63));
+            EXPECT_EQ(widget_reverse(22, 72 + i), marks[i] != '-') << "mark cell " << i;
+        EXPECT_EQ(widget_bells, bells);
+        EXPECT_EQ(widget_cursor(), std::make_pair(23, 63));
     }
-    forms_finish(h);
+    widget_finish();
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, FormsPager, testing::ValuesIn(PAGER_CASES), CaseName());
