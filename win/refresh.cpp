@@ -67,8 +67,6 @@ int win_hide(int id) {
     return set_hidden(id, true) ? 0 : -1;
 }
 
-// Ends a window and, below it, at most `depth` generations of descendants.
-
 void term_blank_screen() {
     // The image now matches the cleared terminal: nothing is marked to send.
     win_clear_cells(win_lookup(0), 0, 0, -1, -1, 0);
