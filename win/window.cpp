@@ -203,12 +203,6 @@ int create_window(bool screen, int parent, const char *name, int row, int column
         w->screen_row += up->screen_row;
         w->screen_column += up->screen_column;
     }
-    w->cursor_row = 0;
-    w->cursor_column = 0;
-    w->flags = WIN_HIDDEN;
-    w->attribute = 0;
-    w->normal_colour = WIN_BLANK_COLOUR;
-    w->line_colour = WIN_LINE_COLOUR;
     win_clear(id, 0, 0, -1, -1);
     int n = 0;
     if (name)
@@ -220,9 +214,9 @@ int create_window(bool screen, int parent, const char *name, int row, int column
 
 } // namespace
 
-// Ends a window and, below it, at most `depth` generations of descendants.
 namespace {
 
+// Ends a window and, below it, at most `depth` generations of descendants.
 int destroy_tree(int id, int depth) {
     if (id <= 0)
         return 0;
