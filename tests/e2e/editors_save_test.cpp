@@ -49,12 +49,13 @@ const std::vector<Screen> &screens() {
     return all;
 }
 
-// The steps of a save that fails with `error`: the old file is still whole
+// The steps of a save (the key `save`) that fails with `error`: the old file is still whole
 // and no temporary file is left (checked by `kept`), the screen stays open
 // with its changes, and leaving it asks to lose them.
 std::vector<Step> failing_save(const Screen &s, const std::string &error,
-                               std::function<void(Harness *)> kept) {
-    return {{"{F6}", error, kept}, {" ", s.title}, {"{Esc}", "Lose all changes?"}, {"y"}};
+                               std::function<void(Harness *)> kept,
+                               const std::string &save = "{F6}") {
+    return {{save, error, kept}, {" ", s.title}, {"{Esc}", "Lose all changes?"}, {"y"}};
 }
 
 struct stat status_of(const std::string &path) {
@@ -181,8 +182,9 @@ TEST(EditorsSave, UsersLinkIsRefusedAndNothingIsWritten) {
             EXPECT_EQ(files_starting(dir, "."), std::vector<std::string>{});
             EXPECT_EQ(files_starting(root, "."), std::vector<std::string>{});
         };
-        std::vector<Step> steps = {{s.add, "", swap}};
-        for (const Step &step : failing_save(s, s.open_error, kept))
+        // The swap is a change made outside, which the save asks about first.
+        std::vector<Step> steps = {{s.add, "", swap}, {"{F6}", "Overwrite it?"}};
+        for (const Step &step : failing_save(s, s.open_error, kept, "y"))
             steps.push_back(step);
         run_screen(root, s.key, s.title, steps, s.file);
     }
