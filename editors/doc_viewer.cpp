@@ -1,9 +1,6 @@
 // On-line documentation: the product's documentation file in a full-screen
 // pager, with an offer to print it on the default printer.
 #include <cstdio>
-#include <cstdlib>
-#include <fcntl.h>
-#include <unistd.h>
 
 #include "editors/editors.h"
 #include "forms/forms.h"
@@ -24,30 +21,12 @@ constexpr int LINE_ROW = 22;
 constexpr int LEGEND_ROW = 23;
 constexpr int LEGEND_COLUMN = 18;
 
-// Runs the print command with its output and error streams sent to
-// /dev/null: whatever lp or the shell says would otherwise be written over
-// the full-screen display, where the window refresh would never erase it.
+// Runs the print command with nothing of the terminal: its output and
+// error would be written over the full-screen display, where the window
+// refresh never erases them, and the terminal in raw mode is no input for
+// it. Its status is not looked at: the user is told the same in every case.
 void run_print_command() {
-    fflush(stdout);
-    fflush(stderr);
-    int saved_out = dup(1);
-    int saved_err = dup(2);
-    int null_fd = open("/dev/null", O_WRONLY);
-    if (null_fd >= 0) {
-        dup2(null_fd, 1);
-        dup2(null_fd, 2);
-        close(null_fd);
-    }
-    // The status is not looked at: the user is told the same in every case.
-    ignore_failure(system(PRINT_COMMAND));
-    if (saved_out >= 0) {
-        dup2(saved_out, 1);
-        close(saved_out);
-    }
-    if (saved_err >= 0) {
-        dup2(saved_err, 2);
-        close(saved_err);
-    }
+    ignore_failure(run_system_command(PRINT_COMMAND, -1, -1, -1));
 }
 
 void print_document() {

@@ -1,6 +1,7 @@
 // File ownership and permission helpers, and the file status query.
 #include "support/support.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <grp.h>
@@ -60,47 +61,44 @@ int program_status(const char *path, struct stat *status) {
         static_cast<int>(strlen(file_status_template))) {
         return -1;
     }
-    // mkstemp creates the file exclusively, so nobody can plant a link at
-    // the name between choosing it and the program writing to it.
+    // The program writes to this descriptor and the record is read back
+    // from it. The name goes at once: reopened later, it could by then be a
+    // link that another user planted, for root to write through.
     int fd = mkstemp(temp);
     if (fd < 0) {
         return -1;
     }
-    close(fd);
+    unlink(temp);
     // The command runs through the shell as root: every part is a single-quoted
     // word, so no path can add commands or redirections of its own.
-    int room = static_cast<int>(4 * (strlen(status_program) + strlen(path) + strlen(temp)) + 16);
+    int room = static_cast<int>(4 * (strlen(status_program) + strlen(path)) + 8);
     char *command = static_cast<char *>(mem_alloc(room));
     int length = command == nullptr ? -1 : shell_quote(command, 0, room, status_program);
     if (length >= 0) {
         command[length++] = ' ';
         length = shell_quote(command, length, room, path);
     }
-    if (length >= 0) {
-        memcpy(command + length, " > ", 4);
-        length = shell_quote(command, length + 3, room, temp);
-    }
-    if (length < 0) {
-        mem_free(command);
-        unlink(temp);
-        return -1;
-    }
-    int result = system(command);
+    // Its error output would land on the screen, which no refresh repairs.
+    int result = length < 0 ? -1 : run_system_command(command, -1, fd, -1);
     mem_free(command);
-    if (result != 0) {
-        unlink(temp);
-        return -1;
-    }
-    // The program could have put a FIFO or a device in place of the file.
-    FILE *file = open_regular_file(temp);
-    if (file == nullptr) {
-        unlink(temp);
-        return -1;
-    }
     unsigned char record[FILE_STATUS_RECORD];
-    size_t got = fread(record, 1, FILE_STATUS_RECORD, file);
-    fclose(file);
-    unlink(temp);
+    size_t got = 0;
+    if (result == 0 && lseek(fd, 0, SEEK_SET) == 0) {
+        while (got < FILE_STATUS_RECORD) {
+            ssize_t n = read(fd, record + got, FILE_STATUS_RECORD - got);
+            if (n < 0 && errno == EINTR) {
+                continue;
+            }
+            if (n <= 0) {
+                break;
+            }
+            got += static_cast<size_t>(n);
+        }
+    }
+    close(fd);
+    if (result != 0) {
+        return -1;
+    }
     return file_status_record(record, got, status);
 }
 

@@ -186,6 +186,15 @@ extern int (*file_status)(const char *path, struct stat *status);
 // "/usr/tmp/statXXXXXX" unless a test points it elsewhere.
 extern const char *file_status_template;
 
+// ---- system commands ----------------------------------------------------------
+
+// Runs command through /bin/sh and waits for it. The given descriptors become
+// its standard input, output and error (-1: /dev/null); it gets no other
+// descriptor, and the PATH of the system's own directories
+// (/usr/sbin:/usr/bin:/sbin:/bin) instead of the caller's. The wait status,
+// or -1 when the command could not be run or waited for.
+int run_system_command(const char *command, int in_fd, int out_fd, int err_fd);
+
 // ---- safe replacement of a file ---------------------------------------------
 // The new contents go to a temporary file created exclusively beside the
 // file and are renamed over it only once all of it is written and synced, so

@@ -1,6 +1,8 @@
 // The documentation viewer, opened from the main menu.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "e2e_helpers.h"
 #include "support/paths.h"
 
@@ -8,13 +10,25 @@ using namespace e2e;
 
 namespace {
 
-// A stand-in lp, first on PATH, records its arguments: the real one must
-// never run. It is missing until the test makes it.
+// The print command runs with the system's own PATH, whose first directory
+// is /usr/sbin: the run mounts root/sbin there (in its own mount namespace),
+// so that a stand-in lp can be put first and the real one never runs. The
+// caller's PATH starts with root/bin, whose lp must never run either.
 Harness *open_viewer(const std::string &root, const std::string &doc) {
     if (doc != ABSENT)
         write_file(root + "/conduvia/doc", doc);
-    mkdir((root + "/bin").c_str(), 0755);
-    Harness *h = start_at_menu({.env = {"PATH=" + root + "/bin:/usr/bin:/bin"}, .root = root});
+    for (const char *dir : {"/bin", "/sbin"})
+        mkdir((root + dir).c_str(), 0755);
+    write_file(root + "/bin/lp", "#!/bin/sh\ntouch '" + root + "/wrong-lp'\n");
+    chmod((root + "/bin/lp").c_str(), 0755);
+    std::string command = "mount --bind '" + root + "/sbin' /usr/sbin && exec";
+    for (const std::string &arg : harness_command())
+        command += " '" + arg + "'";
+    Harness *h = start_at_menu({.program = "/bin/sh",
+                                .args = {"-c", command},
+                                .env = {"PATH=" + root + "/bin:/usr/bin:/bin",
+                                        "AV_FD_REPORT=" + root + "/lp-report"},
+                                .root = root});
     if (h != nullptr)
         harness_type(h, "?");
     return h;
@@ -39,17 +53,27 @@ TEST(DocViewer, PagesMarksPrintingAndAMissingDocument) {
     harness_key(h, "PgDn");
     harness_wait_idle(h);
     EXPECT_EQ(harness_row_plain(h, 22).substr(72, 7), "^ More ");
+    // A failing lp: the message comes all the same.
+    write_file(root + "/sbin/lp", "#!/bin/sh\nexit 1\n");
+    chmod((root + "/sbin/lp").c_str(), 0755);
     print(h, "Y");
-    EXPECT_TRUE(harness_wait_text(h, "Help file printed.")) << "without lp";
+    EXPECT_TRUE(harness_wait_text(h, "Help file printed.")) << "after a failing lp";
     harness_type(h, " ");
     harness_wait_idle(h);
-    write_file(root + "/bin/lp", "#!/bin/sh\necho \"$@\" > '" + root + "/lp-args'\n");
-    chmod((root + "/bin/lp").c_str(), 0755);
+    std::filesystem::copy_file(AV_FD_REPORT, root + "/sbin/lp",
+                               std::filesystem::copy_options::overwrite_existing);
     print(h, "N");
-    EXPECT_EQ(file_bytes(root + "/lp-args"), ABSENT) << "lp ran after N";
+    EXPECT_EQ(file_bytes(root + "/lp-report"), ABSENT) << "lp ran after N";
+    const std::string page = harness_screen(h);
     print(h, "Y");
     EXPECT_TRUE(harness_wait_text(h, "Help file printed."));
-    EXPECT_EQ(file_bytes(root + "/lp-args"), std::string("-s ") + AV_PATH_DOC + "\n");
+    // Nothing of the terminal, nothing else the program holds.
+    EXPECT_EQ(file_bytes(root + "/lp-report"), std::string("args: -s ") + AV_PATH_DOC +
+                                                   "\n0 /dev/null\n1 /dev/null\n2 /dev/null\n");
+    EXPECT_EQ(file_bytes(root + "/wrong-lp"), ABSENT) << "lp found through the caller's PATH";
+    harness_type(h, " ");
+    harness_wait_idle(h);
+    EXPECT_EQ(harness_screen(h), page) << "the page as it was";
     harness_stop(h);
     h = open_viewer(harness_new_root(), ABSENT);
     ASSERT_NE(h, nullptr);

@@ -312,4 +312,22 @@ TEST(SupportOwnership, StatusProgramGivesGroupOrFallsBackToRealGroup) {
     EXPECT_FALSE(std::filesystem::exists("av-injected")) << "the shell ran the path";
 }
 
+// While the program runs there is no name in the temporary directory that
+// another user could swap for a link: its output goes to a descriptor that
+// is never reopened by name.
+TEST(SupportOwnership, StatusProgramWritesToTheDescriptorNotToAName) {
+    prepare(88, 0);
+    const std::string script = "#!/bin/sh\nls -A " + dir.path + "/tmp > " + dir.path +
+                               "/seen\nout=$(readlink /proc/$$/fd/1)\necho \"$out\" > " +
+                               dir.path + "/stdout\nprintf '%28s\\15\\14\\13\\12%56s'\n";
+    dir.file("prog", script);
+    struct stat st;
+    ASSERT_EQ(file_status(target.c_str(), &st), 0);
+    EXPECT_EQ(st.st_gid, PROGRAM_GID);
+    EXPECT_EQ(file_bytes(dir.path + "/seen"), "");
+    std::string out = file_bytes(dir.path + "/stdout");
+    EXPECT_TRUE(out.starts_with(dir.path + "/tmp/stat") && out.ends_with(" (deleted)\n")) << out;
+    EXPECT_TRUE(std::filesystem::is_empty(dir.path + "/tmp"));
+}
+
 } // namespace
