@@ -52,7 +52,8 @@ void info_screen() {
     win_show(window);
     term_cursor_on();
     win_cursor(window, 13, 33);
-    key_read();
+    // Any key closes, a key sequence the table does not bind as well.
+    key_read_any();
     term_cursor_off();
     win_destroy(window);
 }

@@ -63,7 +63,8 @@ int message_box(int beep, const char *title, const char *text) {
     win_show(window);
     win_cursor(window, 3, width / 2 + 13);
     term_cursor_on();
-    key_read();
+    // Any key closes, a key sequence the table does not bind as well.
+    key_read_any();
     term_cursor_off();
     win_destroy(window);
     return 0;
