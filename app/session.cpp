@@ -30,8 +30,11 @@ void session_resume() {
     term_cursor_again();
 }
 
-// SIGTERM, SIGHUP: the way out of a normal exit, then status 255. A save
-// under way leaves its old file and no temporary file behind.
+// Every signal that would end the program: the way out of a normal exit,
+// then status 255. Not a re-raise: 255 is the status of every way the
+// program fails, and the default action of some (XCPU) would leave a core
+// file of a root process holding configuration in memory. A save under way
+// leaves its old file and no temporary file behind.
 void on_end(int) {
     replace_cleanup();
     term_leave(session_state);
@@ -49,7 +52,17 @@ void on_continue(int) {
 
 void on_stop(int) {
     int saved = errno;
+    // Under a wrapper in the same job (sh -c, make run) the wrapper stops at
+    // once and the shell takes the terminal back while this still restores
+    // the mode. From the background that raises SIGTTOU, which would stop the
+    // program here, and fg would let it finish its own stop after the resume.
+    // With SIGTTOU blocked the mode change and the output go through.
+    sigset_t ttou, before;
+    sigemptyset(&ttou);
+    sigaddset(&ttou, SIGTTOU);
+    sigprocmask(SIG_BLOCK, &ttou, &before);
     term_leave(session_state);
+    sigprocmask(SIG_SETMASK, &before, nullptr);
     // Stop for real with the default action, which this handler replaces.
     signal(SIGTSTP, SIG_DFL);
     sigset_t stop;
@@ -69,32 +82,61 @@ void on_stop(int) {
     errno = saved;
 }
 
-constexpr int SESSION_SIGNALS[] = {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGTSTP, SIGCONT};
-constexpr int SESSION_SIGNAL_COUNT = sizeof SESSION_SIGNALS / sizeof SESSION_SIGNALS[0];
-struct sigaction previous[SESSION_SIGNAL_COUNT];
+// Signals whose default would end the program and that can be caught; each
+// ends it through on_end. Real-time signals are added at run time. Left at
+// their defaults: the faults of the program itself (SEGV, BUS, ILL, FPE,
+// TRAP, ABRT, SYS), whose state can then not be trusted to drive the
+// terminal and which debuggers and the sanitizers must see as they are.
+constexpr int ENDING_SIGNALS[] = {
+    SIGHUP,  SIGTERM, SIGPIPE, SIGUSR1, SIGUSR2, SIGALRM, SIGVTALRM, SIGPROF, SIGXCPU, SIGIO,
+#ifdef SIGSTKFLT
+    SIGSTKFLT,
+#endif
+#ifdef SIGPWR
+    SIGPWR,
+#endif
+};
+
+// The interrupt and quit characters are moved to byte 255, which a Latin-1
+// key or a Meta key can still send: ignore what they raise. A file size
+// limit must fail the write, which the save then reports, rather than kill
+// the program in the middle of it.
+constexpr int IGNORED_SIGNALS[] = {SIGINT, SIGQUIT, SIGXFSZ};
+
+struct sigaction previous[NSIG];
+bool taken[NSIG];
+
+void take_signal(int sig, void (*handler)(int)) {
+    if (sig <= 0 || sig >= NSIG)
+        return;
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    // Not restarted: the read that a stop and continue interrupts must
+    // come back to key_read, which then repaints.
+    action.sa_flags = 0;
+    // One ending at a time: a second signal must not cut the first one's
+    // restore short.
+    if (handler == on_end)
+        sigfillset(&action.sa_mask);
+    if (sigaction(sig, nullptr, &previous[sig]) != 0)
+        return;
+    // A signal ignored from the start (nohup, no job control) stays
+    // ignored: whoever started the program asked for that.
+    if (previous[sig].sa_handler == SIG_IGN)
+        return;
+    if (sigaction(sig, &action, nullptr) == 0)
+        taken[sig] = true;
+}
 
 void session_signals_on() {
-    for (int i = 0; i < SESSION_SIGNAL_COUNT; i++) {
-        int sig = SESSION_SIGNALS[i];
-        struct sigaction action = {};
-        // The interrupt and quit characters are moved to byte 255, which a
-        // Latin-1 key or a Meta key can still send: ignore what they raise.
-        action.sa_handler = SIG_IGN;
-        if (sig == SIGTERM || sig == SIGHUP)
-            action.sa_handler = on_end;
-        else if (sig == SIGTSTP)
-            action.sa_handler = on_stop;
-        else if (sig == SIGCONT)
-            action.sa_handler = on_continue;
-        // Not restarted: the read that a stop and continue interrupts must
-        // come back to key_read, which then repaints.
-        action.sa_flags = 0;
-        sigaction(sig, nullptr, &previous[i]);
-        // A signal ignored from the start (nohup, no job control) stays
-        // ignored: whoever started the program asked for that.
-        if (previous[i].sa_handler != SIG_IGN)
-            sigaction(sig, &action, nullptr);
-    }
+    for (int sig : IGNORED_SIGNALS)
+        take_signal(sig, SIG_IGN);
+    for (int sig : ENDING_SIGNALS)
+        take_signal(sig, on_end);
+    for (int sig = SIGRTMIN; sig <= SIGRTMAX; sig++)
+        take_signal(sig, on_end);
+    take_signal(SIGTSTP, on_stop);
+    take_signal(SIGCONT, on_continue);
 }
 
 // Blocks the session's signals until the terminal is back and their
@@ -102,14 +144,18 @@ void session_signals_on() {
 void session_signals_off(sigset_t *old) {
     sigset_t all;
     sigemptyset(&all);
-    for (int sig : SESSION_SIGNALS)
-        sigaddset(&all, sig);
+    for (int sig = 1; sig < NSIG; sig++)
+        if (taken[sig])
+            sigaddset(&all, sig);
     sigprocmask(SIG_BLOCK, &all, old);
 }
 
 void session_signals_restore(const sigset_t *old) {
-    for (int i = 0; i < SESSION_SIGNAL_COUNT; i++)
-        sigaction(SESSION_SIGNALS[i], &previous[i], nullptr);
+    for (int sig = 1; sig < NSIG; sig++) {
+        if (taken[sig])
+            sigaction(sig, &previous[sig], nullptr);
+        taken[sig] = false;
+    }
     sigprocmask(SIG_SETMASK, old, nullptr);
 }
 

@@ -103,20 +103,27 @@ size_t pump(Harness *h, int wait_ms) {
 }
 
 // The process whose reads tell whether the program is idle: the started
-// one, or with watch_child its first child (0 while it has none).
+// one, or with watch_child the last of its chain of first children (the job
+// of the started shell, or the program a wrapper in that job runs; 0 while
+// there is none).
 pid_t watched(Harness *h) {
     if (!h->watch_child)
         return h->pid;
-    char path[64];
-    snprintf(path, sizeof path, "/proc/%d/task/%d/children", static_cast<int>(h->pid),
-             static_cast<int>(h->pid));
-    int child = 0;
-    if (FILE *f = fopen(path, "r")) {
-        if (fscanf(f, "%d", &child) != 1)
-            child = 0;
-        fclose(f);
+    pid_t last = 0;
+    for (pid_t parent = h->pid;;) {
+        char path[64];
+        snprintf(path, sizeof path, "/proc/%d/task/%d/children", static_cast<int>(parent),
+                 static_cast<int>(parent));
+        int child = 0;
+        if (FILE *f = fopen(path, "r")) {
+            if (fscanf(f, "%d", &child) != 1)
+                child = 0;
+            fclose(f);
+        }
+        if (child <= 0)
+            return last;
+        last = parent = child;
     }
-    return child;
 }
 
 // A number from one of the program's /proc files: the first field of `file`,

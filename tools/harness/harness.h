@@ -16,8 +16,9 @@ struct HarnessOptions {
     std::string root{};              // empty: a fresh harness_new_root()
     bool as_root = true;             // false: run as user nobody
     bool record_stty = false;        // keep `stty -a` of the terminal before the start
-    bool watch_child = false;        // the program is the started shell's job: wait
-                                     // for that child to be idle, not the shell
+    bool watch_child = false;        // the program is the started shell's job (or a
+                                     // wrapper's child in it): wait for that
+                                     // process to be idle, not the shell
 };
 
 struct Harness; // opaque
