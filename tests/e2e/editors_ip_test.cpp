@@ -31,6 +31,17 @@ const std::string HOSTILE = fixed("\233?1h", "", "", 0) + fixed("\2352;C1\234", 
                             fixed("\033[?1h", "", "", 0) + fixed("\033]2;PWNED\007", "", "", 0);
 const std::string ZETA = fixed("zeta", "\033c", "pc\r\033[2J", 0);
 
+// A name with UTF-8 and stray bytes from 0xA0 up: on a UTF-8 terminal each
+// byte is one "?"; elsewhere the terminal gets the bytes as they are.
+const std::string HIGH_NAME = "caf\xc3\xa9\xa0\xff";
+const std::string HIGH = fixed(HIGH_NAME, "10.0.0.3", "", 0);
+
+std::function<void(Harness *)> sent_bytes(const std::string &bytes, bool present) {
+    return [bytes, present](Harness *h) {
+        EXPECT_EQ(harness_output(h).find(bytes) != std::string::npos, present);
+    };
+}
+
 struct IpCase {
     const char *what;
     std::string before;
@@ -73,6 +84,10 @@ std::vector<IpCase> ip_cases() {
          HOSTILE + ZETA},
         {"control bytes saved as read", HOSTILE + ZETA, {add("mid", 0, "10.0.0.9"), {"{F6}"}},
          HOSTILE + fixed("mid", "10.0.0.9", "", 0) + ZETA},
+        {"high bytes as ? under UTF-8", HIGH,
+         {{"", "caf???? ", sent_bytes("caf\xc3", false)}, {"{Esc}"}}, HIGH, false, {"LANG=C.UTF-8"}},
+        {"high bytes as they are under C", HIGH,
+         {{"", "10.0.0.3", sent_bytes(HIGH_NAME, true)}, {"{Esc}"}}, HIGH, false, {"LANG=C"}},
         {"no status program", ALPHA, remove, "", false, {"QXSTATPROG"}, 100},
         {"status fails", ALPHA, remove, "", false, {"QXSTATPROG=/bin/false"}, 0},
     };
