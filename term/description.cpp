@@ -145,10 +145,14 @@ bool take_links() {
             ++end;
         int value = field + static_cast<int>(tc_len) + 1;
         if (end > value && strncmp(entry + field, tc_name, tc_len) == 0 &&
-            entry[value - 1] == '=' && n < PENDING_MAX) {
-            starts[n] = value;
-            lengths[n] = end - value > TC_NAME_MAX ? TC_NAME_MAX : end - value;
-            ++n;
+            entry[value - 1] == '=') {
+            if (n < PENDING_MAX) {
+                starts[n] = value;
+                lengths[n] = end - value > TC_NAME_MAX ? TC_NAME_MAX : end - value;
+                ++n;
+            } else {
+                links_cut = 1;
+            }
         }
         field = end + 1;
     }
@@ -158,8 +162,12 @@ bool take_links() {
         entry[entry_len] = '\0';
         return true;
     }
-    // Pushed last first, so that the first link is followed first.
-    for (int i = n - 1; i >= 0 && pending_count < PENDING_MAX; --i) {
+    // Pushed last first, so that the first link is followed first. Without
+    // room for all, the last ones go (and start-up says so).
+    int keep = n < PENDING_MAX - pending_count ? n : PENDING_MAX - pending_count;
+    if (keep < n)
+        links_cut = 1;
+    for (int i = keep - 1; i >= 0; --i) {
         memcpy(pending[pending_count], entry + starts[i], static_cast<size_t>(lengths[i]));
         pending[pending_count][lengths[i]] = '\0';
         ++pending_count;

@@ -178,6 +178,15 @@ TEST(TcReadEntry, SeveralLinksInOrder) {
         EXPECT_EQ(tc_num(name), want) << file << " " << name;
         EXPECT_EQ(tc_links_cut(), 0);
     }
+    // More links than are kept: the first ones are followed, the cut reported.
+    std::string many = "t:li#1";
+    for (int i = 0; i < 20; ++i)
+        many += ":tc=e" + std::to_string(i);
+    many += ":\ne0:am#0:\ne1:am#1:pa#1:\ne19:pa#19:\n";
+    ASSERT_EQ(load_entry(many), 0);
+    EXPECT_EQ(tc_num("am"), 0);
+    EXPECT_EQ(tc_num("pa"), 1);
+    EXPECT_EQ(tc_links_cut(), 1);
     // A loop of two links still ends, reported.
     ASSERT_EQ(load_entry("t:tc=a:tc=t:\na:li#1:tc=t:\n"), 0);
     EXPECT_EQ(tc_links_cut(), 1);
