@@ -1,5 +1,6 @@
 #include "editors/table_screen.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <sys/stat.h>
@@ -103,15 +104,26 @@ void table_identity(const struct stat *status, TableFileId *id) {
     id->modified = status->st_mtim;
 }
 
+// What table_load gives for a file that is another user's link.
+constexpr int LOAD_LINK_REFUSED = -3;
+
 // Loads the screen's file into its list and notes what the file was. A file
 // that cannot be opened is an empty table. 0, or LINE_READ_ERROR with the
-// reason in msg: what was read is in the list.
+// reason in msg: what was read is in the list; or LOAD_LINK_REFUSED with
+// the note in msg: nothing was read.
 int table_load(TableScreen *screen, char *msg) {
     const TableLayout *layout = screen->layout;
     screen->loaded = TableFileId{};
     FILE *file = open_regular_file(layout->path);
     struct stat status;
     if (file == nullptr) {
+        // Another user's link is not followed: it could lead to any file of
+        // root's, which the screen would show and a save would publish.
+        if (errno == AV_ELINKOWNER) {
+            snprintf(msg, AV_MSG_MAX, "This file %s, so it is not opened.",
+                     str_error(AV_ELINKOWNER));
+            return LOAD_LINK_REFUSED;
+        }
         if (stat(layout->path, &status) == 0)
             table_identity(&status, &screen->loaded);
         return 0;
@@ -223,6 +235,10 @@ int table_open(TableScreen *screen, const TableLayout *layout) {
         // would lose the rest of the file for good.
         message_box(1, "Error", load_msg);
         table_read_only(screen, "This file could not be read whole, so it cannot be changed here.");
+    } else if (loaded == LOAD_LINK_REFUSED) {
+        message_box(1, "Note", load_msg);
+        table_read_only(screen,
+                        "This file is a link owned by another user, so it cannot be changed here.");
     }
     return 0;
 }

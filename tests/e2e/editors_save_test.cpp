@@ -160,6 +160,31 @@ TEST(EditorsSave, RefusedOwnerChangeFailsTheSaveWithTheReason) {
     }
 }
 
+// A user who can write the configuration directory links a file to one of
+// root's: the screen neither shows it nor lets a save publish it.
+TEST(EditorsSave, UsersLinkIsNotFollowedAtLoad) {
+    for (const Screen &s : screens()) {
+        SCOPED_TRACE(s.file);
+        std::string root = harness_new_root(), path = root + "/conduvia/config/" + s.file;
+        std::string secret = make_file(root + "/secret", "secret-line\n", 0, 0, 0600);
+        ASSERT_EQ(symlink(secret.c_str(), path.c_str()), 0);
+        ASSERT_EQ(lchown(path.c_str(), NOBODY, NOBODY), 0);
+        auto hidden = [](Harness *h) {
+            EXPECT_EQ(harness_screen(h).find("secret-line"), std::string::npos);
+        };
+        run_screen(root, s.key, s.title,
+                   {{"", "This file is a link owned by another user, so it is not opened."},
+                    {" ", s.title, hidden},
+                    {"a", "so it cannot be changed here."},
+                    {" ", s.title, hidden},
+                    {"{Esc}"}},
+                   s.file);
+        EXPECT_EQ(file_bytes(secret), "secret-line\n");
+        EXPECT_TRUE(fs::is_symlink(path));
+        EXPECT_EQ(files_starting(root + "/conduvia/config", "."), std::vector<std::string>{});
+    }
+}
+
 // A link that another user put in place of the file after it was loaded.
 TEST(EditorsSave, UsersLinkIsRefusedAndNothingIsWritten) {
     for (const Screen &s : screens()) {
