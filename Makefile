@@ -33,7 +33,7 @@ PACKAGE_PACKAGES := $(RUN_PACKAGES) dpkg-dev file lintian
 # kernel cannot; ncurses is for the start-up bench's peer only.
 DEB_PACKAGES := $(PACKAGE_PACKAGES) clang libclang-rt-14-dev pkg-config libgtest-dev \
                 libgmock-dev libbenchmark-dev libvterm-dev valgrind groff-base man-db \
-                python3 ncurses-term libncurses-dev gcc-multilib g++-multilib qemu-user
+                python3 ncurses-term libncurses-dev gcc-multilib g++-multilib qemu-user acl
 # The test targets must not quietly build without their tests.
 TEST_OPTIONS := -DAV_TESTS=ON -DAV_BENCH=ON -DAV_M32=ON
 BUILD_OPTIONS ?=
