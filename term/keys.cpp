@@ -136,6 +136,114 @@ int application_mode_key(unsigned char final) {
     return hit ? codes[hit - finals] : -1;
 }
 
+// The forms that terminals of one family send for the same key, where the
+// description names only one of them (PuTTY under TERM=xterm sends the
+// VT220 Home, End and F1 to F4; rxvt its own Home and End): the cursor-mode
+// arrows, ESC [ H and ESC [ F, and ESC [ n ~ for the editing keys and F1 to
+// F4. F5 and up are left out on purpose: terminals number those
+// differently, and a wrong guess turns cancel into save.
+int alternative_form(int pos, int n) {
+    unsigned char kind = input[pos + 1];
+    unsigned char final = input[pos + n - 1];
+    if (kind == 'O')
+        return n == 3 ? application_mode_key(final) : -1;
+    if (n == 3) {
+        const char *finals = "ABCDHF";
+        const int codes[] = {KEY_UP, KEY_DOWN, KEY_RIGHT, KEY_LEFT, KEY_HOME, KEY_END};
+        const char *hit = final ? strchr(finals, final) : nullptr;
+        return hit ? codes[hit - finals] : -1;
+    }
+    if (final != '~' || n > 5)
+        return -1;
+    int number = 0;
+    for (int i = pos + 2; i < pos + n - 1; ++i) {
+        if (input[i] < '0' || input[i] > '9')
+            return -1;
+        number = number * 10 + (input[i] - '0');
+    }
+    switch (number) {
+    case 1:
+    case 7:
+        return KEY_HOME;
+    case 2:
+        return KEY_INSERT;
+    case 3:
+        return KEY_DELETE;
+    case 4:
+    case 8:
+        return KEY_END;
+    case 5:
+        return KEY_PGUP;
+    case 6:
+        return KEY_PGDN;
+    case 11:
+    case 12:
+    case 13:
+    case 14:
+        return KEY_F1 + number - 11;
+    default:
+        return -1;
+    }
+}
+
+// The longest bound sequence at input[pos]: its length (0 for none) and code.
+int match_at(int pos, int *code) {
+    int level = top;
+    int best_len = 0;
+    for (int i = pos; i < input_count && input[i] != 0 && level != NONE; ++i) {
+        int node = level_find(level, input[i]);
+        if (node == NONE)
+            break;
+        if (pool[node].code >= 0) {
+            *code = pool[node].code;
+            best_len = i - pos + 1;
+        }
+        level = pool[node].next;
+    }
+    return best_len;
+}
+
+// What an ESC at input[pos] begins when the table matched only that ESC, or
+// ESC ESC: sets *length and returns the key of an alternative form,
+// KEY_UNBOUND for bytes that make one key the table does not know, or -1
+// when the match stands. Alt with a key sends ESC and that key's bytes, and
+// a quick Escape under tmux arrives the same way: neither may act as Escape
+// and the key's letters (Alt-x left a screen and quit the program).
+int escape_key(int pos, int *length) {
+    int end = input_count - 1; // the NUL after the buffered bytes
+    if (pos + 1 >= end)
+        return -1; // a lone ESC is Escape
+    unsigned char next = input[pos + 1];
+    if (next == 27) {
+        // Alt with a key that sends a sequence. The pairs (ESC ESC, ESC ?)
+        // are not such keys: ESC ESC and a pair stay two keys.
+        int code = 0;
+        int m = control_sequence_length(pos + 1);
+        if (m == 0)
+            m = match_at(pos + 1, &code);
+        if (m < 3)
+            return -1;
+        *length = 1 + m;
+        return KEY_UNBOUND;
+    }
+    int n = control_sequence_length(pos);
+    if (n > 0) {
+        *length = n;
+        int code = alternative_form(pos, n);
+        return code >= 0 ? code : KEY_UNBOUND;
+    }
+    if (next < 0x20 || next > 0x7f)
+        return -1;
+    // Alt with a printable key (or Backspace). A sequence that the read cut
+    // short goes with it: its digits must not reach a field.
+    int m = 2;
+    if (next == '[' || next == 'O')
+        while (pos + m < end && input[pos + m] >= 0x20 && input[pos + m] <= 0x3f)
+            ++m;
+    *length = m;
+    return KEY_UNBOUND;
+}
+
 } // namespace
 
 int term_raw_mode(TermState *state, unsigned char min_chars, unsigned char tenths) {
@@ -278,32 +386,19 @@ int read_key(int any) {
     for (;;) {
         if (read_pos >= input_count)
             fill_buffer();
-        int level = top;
         int best = -1;
-        int best_len = 0;
-        for (int i = read_pos; i < input_count && input[i] != 0 && level != NONE; ++i) {
-            int node = level_find(level, input[i]);
-            if (node == NONE)
-                break;
-            if (pool[node].code >= 0) {
-                best = pool[node].code;
-                best_len = i - read_pos + 1;
-            }
-            level = pool[node].next;
-        }
+        int best_len = match_at(read_pos, &best);
         // A sequence the table does not know must not come back as ESC and
         // letters that each act: it is one key, known or dropped.
-        if (best_len == 1 && input[read_pos] == 27) {
-            int n = control_sequence_length(read_pos);
-            if (n > 0) {
-                int code = n == 3 && input[read_pos + 1] == 'O'
-                               ? application_mode_key(input[read_pos + 2])
-                               : -1;
-                read_pos = static_cast<unsigned char>(read_pos + n);
-                if (code >= 0)
+        bool escape = input[read_pos] == 27 &&
+                      (best_len == 1 || (best_len == 2 && input[read_pos + 1] == 27));
+        if (escape) {
+            int length = 0;
+            int code = escape_key(read_pos, &length);
+            if (code >= 0) {
+                read_pos = static_cast<unsigned char>(read_pos + length);
+                if (code != KEY_UNBOUND || any)
                     return code;
-                if (any)
-                    return KEY_UNBOUND;
                 term_beep();
                 continue;
             }

@@ -4,6 +4,7 @@
 #include "term/term_internal.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -69,6 +70,56 @@ char acs_enter[64];
 char attribute_texts[16][64];
 const char *const LINE_FALLBACK[LS_COUNT] = {"",  "",  "-", "|", "+", "+", "+",
                                              "+", "+", "+", "+", "+", "+"};
+
+// The line pieces in LineString order after GS and GE: the VT100 alternate
+// set's letters, the UTF-8 box characters, and the VT100 switch itself.
+const char *const VT100_PIECES[LS_COUNT] = {"\033(0", "\033(B", "q", "x", "n", "u", "w",
+                                            "t",      "v",      "k", "l", "m", "j"};
+const char *const UTF8_PIECES[LS_COUNT] = {"",
+                                           "",
+                                           "\342\224\200",
+                                           "\342\224\202",
+                                           "\342\224\274",
+                                           "\342\224\244",
+                                           "\342\224\254",
+                                           "\342\224\234",
+                                           "\342\224\264",
+                                           "\342\224\220",
+                                           "\342\224\214",
+                                           "\342\224\224",
+                                           "\342\224\230"};
+
+// Whether the line strings are the VT100 switch (ESC ( 0, or SO after
+// ESC ) 0) and its letters.
+bool vt100_switch() {
+    const char *on = line_strings[LS_GS];
+    if (!strstr(on, "\033(0") && !strchr(on, '\016'))
+        return false;
+    for (int i = LS_GH; i < LS_COUNT; ++i)
+        if (strcmp(line_strings[i], VT100_PIECES[i]) != 0)
+            return false;
+    return true;
+}
+
+// PuTTY and the Linux console ignore the VT100 switch in UTF-8 mode and show
+// its letters, "lqqk": in a UTF-8 locale such a description draws with the
+// UTF-8 box characters. AVLINES overrides what no rule can see: "utf8",
+// "vt100" (the switch, whatever the description says) or "ascii".
+void settle_line_style() {
+    const char *const *pieces = nullptr;
+    const char *style = getenv("AVLINES");
+    if (style && strcmp(style, "utf8") == 0)
+        pieces = UTF8_PIECES;
+    else if (style && strcmp(style, "vt100") == 0)
+        pieces = VT100_PIECES;
+    else if (style && strcmp(style, "ascii") == 0)
+        pieces = LINE_FALLBACK;
+    else if (term_utf8_locale() && vt100_switch())
+        pieces = UTF8_PIECES;
+    if (pieces)
+        for (int i = 0; i < LS_COUNT; ++i)
+            line_strings[i] = pieces[i];
+}
 
 const char *clear_text;
 int clear_len = -1; // -1: not looked up yet
@@ -398,6 +449,7 @@ void term_screen_strings() {
     keypad_on_len = static_cast<int>(strlen(keypad_on_text));
     keypad_off_len = static_cast<int>(strlen(keypad_off_text));
     load_line_strings();
+    settle_line_style();
 }
 
 const char *term_line_string(int which) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <vterm.h>
 
+#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -297,7 +298,21 @@ Harness *harness_start(const HarnessOptions &options) {
 
     Harness *h = new Harness;
     h->vt = vterm_new(24, 80);
-    vterm_set_utf8(h->vt, 0);
+    // The terminal takes UTF-8 when the program's locale says so, as a
+    // real one set up for that locale does.
+    std::string locale;
+    for (const char *name : {"LC_ALL=", "LC_CTYPE=", "LANG="}) {
+        auto it =
+            std::find_if(env.begin(), env.end(), [&](auto &e) { return e.starts_with(name); });
+        if (it != env.end() && it->size() > strlen(name)) {
+            locale = it->substr(strlen(name));
+            break;
+        }
+    }
+    std::transform(locale.begin(), locale.end(), locale.begin(), ::toupper);
+    bool utf8 =
+        locale.find("UTF-8") != std::string::npos || locale.find("UTF8") != std::string::npos;
+    vterm_set_utf8(h->vt, utf8);
     h->screen = vterm_obtain_screen(h->vt);
     vterm_screen_set_callbacks(h->screen, &screen_callbacks, h);
     vterm_screen_reset(h->screen, 1);
