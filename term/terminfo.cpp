@@ -147,17 +147,24 @@ const char *string_of(const Compiled &c, int index) {
 }
 
 // A bounded text being written; a write past the end marks it failed.
+// A bounded text being written (or, without a buffer, only measured); a
+// write past the end marks it failed. Kept NUL-terminated.
 struct Text {
     char *buffer;
     size_t size;
     size_t len;
     bool failed;
     void put(char ch) {
+        if (!buffer) {
+            ++len;
+            return;
+        }
         if (len + 1 >= size) {
             failed = true;
             return;
         }
-        buffer[len++] = ch;
+        buffer[len] = ch;
+        ++len;
         buffer[len] = '\0';
     }
     void puts(const char *s) {
@@ -203,22 +210,24 @@ struct Entry {
     Text text;
     size_t line_start;
     void field(const char *name, const char *value, size_t n, char kind) {
-        char field[FIELD_MAX + 8];
-        Text f{field, sizeof field, 0, false};
-        f.puts(name);
-        f.put(kind);
-        if (kind == '=')
-            put_escaped(f, value, n);
-        else if (kind == '#')
-            f.puts(value);
-        f.put(':');
-        if (f.failed)
+        Text measure{nullptr, 0, 0, false};
+        write_field(measure, name, value, n, kind);
+        if (measure.len > FIELD_MAX)
             return; // a value too long for a line is of no use to anyone
-        if (text.len - line_start + f.len > LINE_WIDTH) {
+        if (text.len - line_start + measure.len > LINE_WIDTH) {
             text.puts("\\\n\t:");
             line_start = text.len - 2;
         }
-        text.puts(field);
+        write_field(text, name, value, n, kind);
+    }
+    static void write_field(Text &out, const char *name, const char *value, size_t n, char kind) {
+        out.puts(name);
+        out.put(kind);
+        if (kind == '=')
+            put_escaped(out, value, n);
+        else
+            out.puts(value);
+        out.put(':');
     }
     void string(const char *name, const char *value) {
         if (value)
