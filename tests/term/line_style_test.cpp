@@ -37,11 +37,9 @@ TEST(LineStyle, LocaleAndOverride) {
         {"unknown value: as unset", VT100, 1, "UTF-8", "", "\u2500", "\u250c"},
     };
     for (const LineCase &c : cases) {
+        ASSERT_EQ(load_entry(std::string("t:") + c.lines + ":\n"), 0);
         if (c.style)
             setenv("AVLINES", c.style, 1);
-        else
-            unsetenv("AVLINES");
-        ASSERT_EQ(load_entry(std::string("t:") + c.lines + ":\n"), 0);
         term_set_utf8_locale(c.utf8);
         term_screen_strings();
         EXPECT_STREQ(term_line_string(LS_GS), c.gs) << c.what;

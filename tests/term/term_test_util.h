@@ -13,6 +13,9 @@
 // Loads entry "name" afresh as the program does, reading the mode into state if given.
 inline int load_entry(const std::string &text, const char *name = "t", TermState *state = nullptr) {
     term_reset();
+    // Line strings as the description gives them, whatever the locale.
+    term_set_utf8_locale(0);
+    unsetenv("AVLINES");
     std::string path = temp_file(text);
     setenv("AVTERMCAP", path.c_str(), 1);
     setenv("AVTERM", name, 1);

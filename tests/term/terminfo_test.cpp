@@ -195,9 +195,6 @@ class Terminfo : public testing::Test {
         setenv("TERMINFO", db.root.c_str(), 1);
         unsetenv("TERMINFO_DIRS");
         setenv("HOME", "/nonexistent", 1);
-        // The line strings as the description gives them.
-        unsetenv("AVLINES");
-        term_set_utf8_locale(0);
     }
     // Loads the text through the description reader, as the program does.
     void load(const std::string &text, const char *name = "tt") {
