@@ -110,12 +110,14 @@ inline int widget_terminal(const char *description, size_t length, const char *n
     fclose(file);
     if (loaded != 1)
         return -1;
+    // The same keys must give the same bytes (and the same line strings)
+    // whatever the machine's locale.
+    term_set_utf8_locale(0);
+    unsetenv("AVLINES");
     term_settle_motion();
     term_screen_strings();
     key_init();
     term_set_writer(widget_catch);
-    // The same keys must give the same bytes whatever the machine's locale.
-    term_set_utf8_locale(0);
     widget_count_bells(through);
     key_set_source(widget_key_source);
     term_blank_screen();
