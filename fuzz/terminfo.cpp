@@ -53,7 +53,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const char *cm = tc_str("cm");
     if (cm && term_parse_cursor(cm) != 0)
         __builtin_trap();
-    if (tc_num("FS") != 1)
+    // Fields past the description reader's 4096 characters are cut.
+    if (length < 4000 && tc_num("FS") != 1)
         __builtin_trap();
     return 0;
 }
