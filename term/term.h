@@ -241,6 +241,10 @@ void term_write(int fd, const char *bytes, size_t length);
 // Tests and fuzzing catch the output in memory; nullptr writes to the fds.
 using TermWriteFn = void (*)(int fd, const char *bytes, size_t length);
 void term_set_writer(TermWriteFn fn);
+// The terminal as at start, as a normal exit leaves it: cleared, cursor on,
+// the saved mode back and the "Ab" tail. Async-signal-safe once
+// term_screen_strings has run, for the handlers that end or stop the program.
+void term_leave(const TermState *state);
 
 // 1 when the locale (LC_ALL, else LC_CTYPE, else LANG) names UTF-8, else 0.
 // Read from the environment once; term_set_utf8_locale overrides it (-1
@@ -252,10 +256,6 @@ void term_set_utf8_locale(int utf8);
 
 int term_raw_mode(TermState *state, unsigned char min_chars, unsigned char tenths);
 void term_restore(TermState *state);
-// The terminal as at start, as a normal exit leaves it: cleared, cursor on,
-// the saved mode back and the "Ab" tail. Async-signal-safe once
-// term_screen_strings has run, for the handlers that end or stop the program.
-void term_leave(const TermState *state);
 void key_init();
 int key_bind(const char *sequence, int priority, int code);
 // One binding that key_init makes for the loaded description.
