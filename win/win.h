@@ -37,6 +37,8 @@ int win_refresh(int id, int row, int column, int rows, int columns);
 int win_show(int id);
 int win_hide(int id);
 int win_destroy(int id);
+// Three term_ calls live in the window library (win/refresh.cpp): named for
+// the terminal they clear and resend, they work on the screen image.
 void term_blank_screen();
 int term_screen_state(int mode);
 int term_repaint();
