@@ -60,6 +60,12 @@ int win_compose(Window *screen, Window *w, const WinRect &area) {
         WinRect o;
         if (win_clip(win_rect_of(child), r, &o) < 0)
             continue;
+        // The first shown child that meets the area covers O, its overlap.
+        // The rest of the area splits into the band above O, the pieces left
+        // and right of O on its rows and the band below, each composed again
+        // from this window (where a later child may cover it in turn); O
+        // itself is composed from the child. Any piece that took cells is a
+        // success; empty pieces fail harmlessly.
         int ok = -1;
         int r_bottom = r.row + r.rows;
         int r_right = r.column + r.columns;
