@@ -23,6 +23,16 @@ constexpr int FOCUS_HAWSER_RADIO = 3;
 constexpr int FOCUS_HAWSER = 4;
 constexpr int FOCUS_SAMBA = 6;
 constexpr int FOCUS_COUNT = 7;
+// The field that holds each kind's value, by kind (0 fixed address, 1
+// Hawser, 2 Samba); only the selected kind's field takes the focus.
+constexpr int VALUE_STOPS[] = {FOCUS_ADDRESS, FOCUS_HAWSER, FOCUS_SAMBA};
+
+bool skipped(int focus, int kind) {
+    for (int k = 0; k < 3; k++)
+        if (focus == VALUE_STOPS[k] && kind != k)
+            return true;
+    return false;
+}
 
 void ip_field(TextField *field, int window, int row, int column, int width, int maximum,
               const char *text) {
@@ -36,18 +46,17 @@ int ip_value(EntryDialog *dialog, char *value) {
     static const char *const missing[] = {"A fixed IP address was not specified.",
                                           "A PC name was not specified for Hawser.",
                                           "A PC name was not specified for Samba."};
-    static const int stops[] = {FOCUS_ADDRESS, FOCUS_HAWSER, FOCUS_SAMBA};
     int kind = dialog->group.selected;
     if (kind == 1 && access(AV_PATH_HAWSER_PROG, F_OK) != 0) {
         message_box(1, "Error", "The Ardovane PC Hawser software is not installed on this system.");
         dialog->focus = FOCUS_HAWSER_RADIO;
         return 0;
     }
-    entry_trimmed(&dialog->fields[stops[kind]], value);
+    entry_trimmed(&dialog->fields[VALUE_STOPS[kind]], value);
     if (value[0] != '\0')
         return 1;
     message_box(1, "Note", missing[kind]);
-    dialog->focus = stops[kind];
+    dialog->focus = VALUE_STOPS[kind];
     return 0;
 }
 
@@ -75,12 +84,11 @@ int ip_accept(EntryDialog *dialog) {
 
 // The accepted values, into entry.
 void ip_store(EntryDialog *dialog, IpEntry *entry) {
-    static const int stops[] = {FOCUS_ADDRESS, FOCUS_HAWSER, FOCUS_SAMBA};
     int kind = dialog->group.selected;
     char text[FIELD_TEXT_MAX + 1];
     entry_trimmed(&dialog->fields[FOCUS_NAME], text);
     str_copy_max(entry->name, text, 15);
-    entry_trimmed(&dialog->fields[stops[kind]], text);
+    entry_trimmed(&dialog->fields[VALUE_STOPS[kind]], text);
     entry->address[0] = '\0';
     entry->pc_name[0] = '\0';
     if (kind == 0)
@@ -93,29 +101,17 @@ void ip_store(EntryDialog *dialog, IpEntry *entry) {
 } // namespace
 
 int ip_focus_next(int focus, int kind) {
-    focus++;
-    if (focus > 6)
-        focus = 0;
-    if (focus == 2 && kind != 0)
+    focus = focus + 1 > FOCUS_SAMBA ? FOCUS_NAME : focus + 1;
+    while (skipped(focus, kind))
         focus++;
-    if (focus == 4 && kind != 1)
-        focus++;
-    if (focus == 6 && kind != 2)
-        focus++;
-    return focus >= FOCUS_COUNT ? 0 : focus;
+    return focus >= FOCUS_COUNT ? FOCUS_NAME : focus;
 }
 
 int ip_focus_previous(int focus, int kind) {
-    focus--;
-    if (focus < 0)
-        focus = 6;
-    if (focus == 6 && kind != 2)
+    focus = focus - 1 < FOCUS_NAME ? FOCUS_SAMBA : focus - 1;
+    while (skipped(focus, kind))
         focus--;
-    if (focus == 4 && kind != 1)
-        focus--;
-    if (focus == 2 && kind != 0)
-        focus--;
-    return focus < 0 ? 6 : focus;
+    return focus < FOCUS_NAME ? FOCUS_SAMBA : focus;
 }
 
 int ip_entry_dialog(int parent, int mode, int index, IpEntry *entry, List *lines) {
