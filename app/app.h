@@ -6,7 +6,11 @@
 
 #include <cstdio>
 
-#define AV_VERSION "03.00.00"
+// AV_VERSION, the version the program shows ("03.00.00"), comes from the
+// project version in CMakeLists.txt.
+#ifndef AV_VERSION
+#error "AV_VERSION is defined by the build"
+#endif
 
 int app_main(int argc, char **argv);
 int term_session(TermState *state);

@@ -77,6 +77,10 @@ file(STRINGS ${PROJECT_SOURCE_DIR}/data/changelog av_changelog_top LIMIT_COUNT 1
 if(NOT av_changelog_top MATCHES "^avconfig \\(${PROJECT_VERSION}\\) ")
   message(FATAL_ERROR "data/changelog does not begin with version ${PROJECT_VERSION}")
 endif()
+file(STRINGS ${PROJECT_SOURCE_DIR}/data/avconfig.8 av_man_title LIMIT_COUNT 1)
+if(NOT av_man_title MATCHES "\"avconfig ${AV_VERSION_TEXT}\"")
+  message(FATAL_ERROR "data/avconfig.8 does not name version ${AV_VERSION_TEXT} in its title")
+endif()
 set(AV_CHANGELOG ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz)
 add_custom_command(
   OUTPUT ${AV_CHANGELOG}
