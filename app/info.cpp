@@ -34,19 +34,19 @@ void info_centre(const char *text, char *out) {
 void info_screen() {
     char line[INFO_WIDTH + 1];
     int window = win_create(-1, "", 3, 20, 15, 39);
-    win_box(window, 0, 0, 0, -1, -1);
+    win_box(window, WIN_REPLACE, 0, 0, WIN_ALL, WIN_ALL);
     win_puts(window, 1, 2, "       Ardovane PC Conduvia        ", ATTR_REV);
     info_centre(info_notice, line);
     win_puts(window, 2, 2, line, ATTR_REV);
-    win_hline(window, 1, 1, 3, 0, -1);
+    win_hline(window, WIN_MERGE, WIN_ENDS, 3, 0, WIN_ALL);
     for (int i = 0; i < 5; i++) {
         info_centre(info_contacts[i], line);
         win_puts(window, info_contact_rows[i], 2, line, 0);
     }
-    win_hline(window, 1, 1, 10, 0, -1);
+    win_hline(window, WIN_MERGE, WIN_ENDS, 10, 0, WIN_ALL);
     win_puts(window, 11, 2, "Version : ", 0);
     win_puts(window, 11, 12, AV_VERSION, 0);
-    win_hline(window, 1, 1, 12, 0, -1);
+    win_hline(window, WIN_MERGE, WIN_ENDS, 12, 0, WIN_ALL);
     win_puts(window, 13, 2, "    Press any key to continue:     ", 0);
 
     win_show(window);

@@ -40,7 +40,7 @@ bool menu_separator(int index) {
 
 void menu_draw_item(int index, int attribute) {
     if (menu_separator(index))
-        win_put_lines(menu_window, 0, index + 1, MENU_TEXT_COLUMN,
+        win_put_lines(menu_window, WIN_REPLACE, index + 1, MENU_TEXT_COLUMN,
                       "------------------------------");
     else
         win_puts(menu_window, index + 1, MENU_TEXT_COLUMN, menu_items[index], attribute);
@@ -57,7 +57,7 @@ void menu_move(int step) {
         next += step < 0 ? -1 : 1;
     menu_draw_item(next, ATTR_REV);
     menu_current = next;
-    win_refresh(menu_window, 0, 0, -1, -1);
+    win_refresh(menu_window, 0, 0, WIN_ALL, WIN_ALL);
 }
 
 void menu_move_to(int index) {
@@ -68,17 +68,17 @@ void menu_build() {
     menu_current = 0;
     term_cursor_off();
     title_window = win_create(-1, "", 0, 0, 24, 80);
-    win_box(title_window, 0, 1, 27, 4, 25);
+    win_box(title_window, WIN_REPLACE, 1, 27, 4, 25);
     win_puts(title_window, 2, 29, "Ardovane PC Conduvia ", 0);
     win_puts(title_window, 3, 29, "Configuration Program", ATTR_REV);
     menu_window = win_create(title_window, "", 9, 23, 10, 34);
-    win_box(menu_window, 0, 0, 0, -1, -1);
+    win_box(menu_window, WIN_REPLACE, 0, 0, WIN_ALL, WIN_ALL);
     menu_count = 0;
     for (const char *text : menu_texts)
         menu_add(text);
     for (int i = 0; i < menu_count; i++)
         menu_draw_item(i, i == menu_current ? ATTR_REV : 0);
-    win_refresh(menu_window, 0, 0, -1, -1);
+    win_refresh(menu_window, 0, 0, WIN_ALL, WIN_ALL);
     win_show(title_window);
     win_show(menu_window);
 }

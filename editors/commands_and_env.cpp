@@ -70,7 +70,7 @@ int line_entry_dialog(TableScreen *screen, int mode, int index, char *text) {
                           editor->legend_row, 26) != 0)
         return 0;
     win_puts(dialog.window, 1, 2, editor->dialog_label, 0);
-    win_hline(dialog.window, 1, 1, 2, 0, -1);
+    win_hline(dialog.window, WIN_MERGE, WIN_ENDS, 2, 0, WIN_ALL);
     if (editor->dialog_note != nullptr)
         win_puts(dialog.window, 3, 12, editor->dialog_note, 0);
 

@@ -41,7 +41,7 @@ int draw_frame() {
     if (window < 0)
         return -1;
     win_puts(window, 0, 0, DOC_TITLE, ATTR_REV);
-    win_hline(window, 0, 1, LINE_ROW, 0, DOC_COLUMNS);
+    win_hline(window, WIN_REPLACE, WIN_ENDS, LINE_ROW, 0, DOC_COLUMNS);
     win_puts(window, LEGEND_ROW, LEGEND_COLUMN, "Use ", 0);
     static const char *const legend[] = {"ARROWS", " to move, ", "H",    " to hardcopy, ",
                                          "X",      " to exit.",  nullptr};

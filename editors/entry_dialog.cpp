@@ -47,7 +47,7 @@ int entry_dialog_open(EntryDialog *dialog, int parent, int row, int column, int 
         term_beep();
         return -1;
     }
-    win_box(dialog->window, 0, 0, 0, rows, columns);
+    win_box(dialog->window, WIN_REPLACE, 0, 0, rows, columns);
     win_puts(dialog->window, 0, title_column,
              dialog->mode == ENTRY_ADD ? "Add Entry" : "Edit Entry", 0);
     entry_legend(dialog->window, legend_row, legend_column);

@@ -129,7 +129,7 @@ int ip_entry_dialog(int parent, int mode, int index, IpEntry *entry, List *lines
     win_puts(window, 3, 2, "    Static PC IP address............: ", 0);
     win_puts(window, 4, 2, "    Use Ardovane PC Hawser - PC name:", 0);
     win_puts(window, 5, 2, "    Use Samba 'nmblookup'  - PC name:", 0);
-    win_hline(window, 1, 1, 6, 0, -1);
+    win_hline(window, WIN_MERGE, WIN_ENDS, 6, 0, WIN_ALL);
 
     TextField *fields = dialog.fields;
     ip_field(&fields[FOCUS_NAME], window, 1, 47, 15, 15, entry->name);

@@ -51,10 +51,10 @@ void table_search(TableScreen *screen) {
         term_beep();
         return;
     }
-    win_box(window, 0, 0, 0, 5, 30);
+    win_box(window, WIN_REPLACE, 0, 0, 5, 30);
     win_puts(window, 0, 7, "Search For Entry", 0);
     win_puts(window, 1, 2, layout->search_label, 0);
-    win_hline(window, 1, 1, 2, 0, -1);
+    win_hline(window, WIN_MERGE, WIN_ENDS, 2, 0, WIN_ALL);
     const char *pieces[] = {"ENTER", "-Search, ", cancel_key_name(), "-Cancel", nullptr};
     legend_puts(window, 3, 3, pieces);
 
@@ -199,7 +199,7 @@ int table_open(TableScreen *screen, const TableLayout *layout) {
     }
     int window = screen->window;
     win_puts(window, 0, 0, layout->title, ATTR_REV);
-    win_box(window, 0, 1, layout->box_column, 22, layout->box_columns);
+    win_box(window, WIN_REPLACE, 1, layout->box_column, 22, layout->box_columns);
     for (int i = 0; i < layout->head_count; i++)
         win_puts(window, 1, layout->heads[i].column, layout->heads[i].text, 0);
     table_legend(window);

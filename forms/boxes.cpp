@@ -52,11 +52,11 @@ int message_box(int beep, const char *title, const char *text) {
             term_beep();
         return 0;
     }
-    win_box(window, 0, 0, 0, -1, -1);
+    win_box(window, WIN_REPLACE, 0, 0, WIN_ALL, WIN_ALL);
     if (title[0] != '\0')
         put_title(window, width, title);
     win_puts(window, 1, length <= 32 ? (width - length) / 2 : 2, line, 0);
-    win_hline(window, 1, 1, 2, 0, -1);
+    win_hline(window, WIN_MERGE, WIN_ENDS, 2, 0, WIN_ALL);
     win_puts(window, 3, width / 2 - 14, "Press any key to continue: ", 0);
     if (beep == 1)
         term_beep();
@@ -91,7 +91,7 @@ int yes_no_box(int beep, const char *title, const char *question) {
             term_beep();
         return 0;
     }
-    win_box(window, 0, 0, 0, -1, -1);
+    win_box(window, WIN_REPLACE, 0, 0, WIN_ALL, WIN_ALL);
     put_title(window, width, title);
     win_puts(window, 1, 2, prompt, 0);
     if (beep == 1)
@@ -112,7 +112,7 @@ int yes_no_box(int beep, const char *title, const char *question) {
     }
     // The echo reaches the terminal before the box goes.
     win_puts(window, 1, width - 3, answer ? "Y" : "N", 0);
-    win_refresh(window, 0, 0, -1, -1);
+    win_refresh(window, 0, 0, WIN_ALL, WIN_ALL);
     term_cursor_off();
     win_destroy(window);
     return answer;

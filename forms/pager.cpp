@@ -8,7 +8,7 @@ namespace {
 
 void draw_line(Pager *pager, List *list, int i) {
     scroll_view_draw_row(pager, list, i, 0);
-    win_refresh(pager->window, 0, 0, -1, -1);
+    win_refresh(pager->window, 0, 0, WIN_ALL, WIN_ALL);
 }
 
 bool last_line_visible(const Pager *pager) {
@@ -50,17 +50,17 @@ void pager_show(Pager *pager, List *list) {
     int row = pager->mark_row;
     int column = pager->mark_column;
     if (pager->count <= pager->rows) {
-        win_put_lines(w, 0, row, column, "00000000");
+        win_put_lines(w, WIN_REPLACE, row, column, "00000000");
     } else if (pager->top > 0 && pager->top >= pager->count - pager->rows) {
         win_puts(w, row, column, "^ More ", ATTR_REV);
-        win_put_lines(w, 0, row, column + 7, "0");
+        win_put_lines(w, WIN_REPLACE, row, column + 7, "0");
     } else if (pager->top == 0) {
-        win_put_lines(w, 0, row, column, "0");
+        win_put_lines(w, WIN_REPLACE, row, column, "0");
         win_puts(w, row, column + 1, " More v", ATTR_REV);
     } else {
         win_puts(w, row, column, "^ More v", ATTR_REV);
     }
-    win_refresh(w, 0, 0, -1, -1);
+    win_refresh(w, 0, 0, WIN_ALL, WIN_ALL);
 }
 
 int pager_run(Pager *pager, List *list) {

@@ -14,7 +14,7 @@ void draw_mark(PickList *pick, int row, int more) {
     if (more)
         win_puts(pick->window, row, pick->column + pick->width, "M", ATTR_REV);
     else
-        win_put_lines(pick->window, 0, row, pick->column + pick->width, "-");
+        win_put_lines(pick->window, WIN_REPLACE, row, pick->column + pick->width, "-");
 }
 
 } // namespace
@@ -42,7 +42,7 @@ void pick_list_show(PickList *pick, List *list) {
                  1); // an empty list still shows where the highlight would be
     draw_mark(pick, pick->first_row - 1, pick->top > 0);
     draw_mark(pick, pick->first_row + pick->rows, pick->top + pick->rows < pick->count);
-    win_refresh(pick->window, 0, 0, -1, -1);
+    win_refresh(pick->window, 0, 0, WIN_ALL, WIN_ALL);
 }
 
 void pick_list_move(int rows, PickList *pick, List *list) {
@@ -66,7 +66,7 @@ void pick_list_move(int rows, PickList *pick, List *list) {
         draw_row(pick, list, pick->current, 0);
         pick->current = target;
         draw_row(pick, list, pick->current, 1);
-        win_refresh(pick->window, 0, 0, -1, -1);
+        win_refresh(pick->window, 0, 0, WIN_ALL, WIN_ALL);
         return;
     }
     // Scrolling by the same amount keeps the highlight on its screen row.

@@ -20,7 +20,7 @@ void show_one(int i, RadioGroup *group) {
     win_cursor(group->window, group->row[i], group->column[i] + 1);
     win_puts(group->window, group->row[i], group->column[i], group->selected == i ? "(*)" : "( )",
              0);
-    win_refresh(group->window, 0, 0, -1, -1);
+    win_refresh(group->window, 0, 0, WIN_ALL, WIN_ALL);
 }
 
 } // namespace

@@ -44,7 +44,7 @@ void field_show(TextField *field, int cursor) {
         std::memcpy(view, field->text + from, static_cast<size_t>(n));
     view[n] = '\0';
     win_puts(field->window, field->row, field->column, view, 0);
-    win_refresh(field->window, 0, 0, -1, -1);
+    win_refresh(field->window, 0, 0, WIN_ALL, WIN_ALL);
     if (cursor != -1)
         win_cursor(field->window, field->row, field->column + cursor - field->scroll);
 }

@@ -248,12 +248,12 @@ int win_box(int id, int merge, int row, int column, int rows, int columns) {
     int last_row = row + rows - 1;
     int last_column = column + columns - 1;
     win_line_cell(id, merge, row, column, JOIN_RIGHT | JOIN_DOWN);
-    win_hline(id, merge, 0, row, column + 1, columns - 2);
+    win_hline(id, merge, WIN_THROUGH, row, column + 1, columns - 2);
     win_line_cell(id, merge, row, last_column, JOIN_LEFT | JOIN_DOWN);
-    win_vline(id, merge, 0, row + 1, column, rows - 2);
-    win_vline(id, merge, 0, row + 1, last_column, rows - 2);
+    win_vline(id, merge, WIN_THROUGH, row + 1, column, rows - 2);
+    win_vline(id, merge, WIN_THROUGH, row + 1, last_column, rows - 2);
     win_line_cell(id, merge, last_row, column, JOIN_UP | JOIN_RIGHT);
-    win_hline(id, merge, 0, last_row, column + 1, columns - 2);
+    win_hline(id, merge, WIN_THROUGH, last_row, column + 1, columns - 2);
     win_line_cell(id, merge, last_row, last_column, JOIN_UP | JOIN_LEFT);
     return 0;
 }

@@ -51,7 +51,7 @@ Window *set_hidden(int id, bool hidden) {
         w->flags |= WIN_HIDDEN;
     else
         w->flags &= static_cast<unsigned char>(~WIN_HIDDEN);
-    win_refresh(id, 0, 0, -1, -1);
+    win_refresh(id, 0, 0, WIN_ALL, WIN_ALL);
     return w;
 }
 
@@ -79,7 +79,7 @@ int term_screen_state(int mode) {
         term_blank_screen();
     } else if (mode == 1 && !shown) {
         shown = 1;
-        win_refresh(0, 0, 0, -1, -1);
+        win_refresh(0, 0, 0, WIN_ALL, WIN_ALL);
     }
     return shown;
 }

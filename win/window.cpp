@@ -203,7 +203,7 @@ int create_window(bool screen, int parent, const char *name, int row, int column
         w->screen_row += up->screen_row;
         w->screen_column += up->screen_column;
     }
-    win_clear(id, 0, 0, -1, -1);
+    win_clear(id, 0, 0, WIN_ALL, WIN_ALL);
     int n = 0;
     if (name)
         for (; n < 23 && name[n]; n++)
