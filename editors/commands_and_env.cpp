@@ -45,16 +45,16 @@ int line_accept(EntryDialog *dialog) {
     char trimmed[FIELD_TEXT_MAX + 1];
     entry_trimmed(field, trimmed);
     if (trimmed[0] == '\0') {
-        message_box(1, "Note", "Cannot save empty field.");
+        message_box(BOX_BEEP, "Note", "Cannot save empty field.");
         return 0;
     }
-    return !entry_is_duplicate(dialog, trimmed, 1, "An entry for this item already exists.");
+    return !entry_is_duplicate(dialog, trimmed, ENTRY_EXACT, "An entry for this item already exists.");
 }
 
 // The environment's entries are assignments: checked before anything else.
 int env_accept(EntryDialog *dialog) {
     if (strchr(dialog->fields[0].text, '=') == nullptr) {
-        message_box(1, "Error", "Expression must contain an equal sign (=)");
+        message_box(BOX_BEEP, "Error", "Expression must contain an equal sign (=)");
         return 0;
     }
     return line_accept(dialog);
@@ -77,7 +77,7 @@ int line_entry_dialog(TableScreen *screen, int mode, int index, char *text) {
     TextField *field = &dialog.fields[0];
     entry_field(field, dialog.window, 1, editor->field_column, editor->field_width, ENTRY_MAX);
     field->length = str_copy_max(field->text, text, FIELD_TEXT_MAX);
-    field_show(field, -1);
+    field_show(field, FIELD_NO_CURSOR);
     win_show(dialog.window);
 
     int result = entry_dialog_run(&dialog);
@@ -89,7 +89,7 @@ int line_entry_dialog(TableScreen *screen, int mode, int index, char *text) {
 int line_add(TableScreen *screen) {
     const LineEditor *editor = line_editor(screen);
     if (editor->add_limit > 0 && list_count(screen->list) >= editor->add_limit) {
-        message_box(1, "Note", editor->limit_note);
+        message_box(BOX_BEEP, "Note", editor->limit_note);
         return TABLE_STAY;
     }
     char text[FIELD_TEXT_MAX + 1] = "";
@@ -101,19 +101,20 @@ int line_add(TableScreen *screen) {
 int line_edit(TableScreen *screen) {
     const LineEditor *editor = line_editor(screen);
     if (list_count(screen->list) <= 0) {
-        message_box(1, "Note", "There is nothing to edit.");
+        message_box(BOX_BEEP, "Note", "There is nothing to edit.");
         return TABLE_STAY;
     }
     int current = screen->pick.current;
     const char *line = static_cast<const char *>(list_get(screen->list, current));
     if (line == nullptr) {
-        message_box(1, "Error", editor->fetch_error);
+        message_box(BOX_BEEP, "Error", editor->fetch_error);
         return TABLE_FAIL;
     }
     // The field holds at most ENTRY_MAX characters; opening a longer line in
     // it would cut the rest off silently on save.
     if (strlen(line) > static_cast<size_t>(ENTRY_MAX)) {
-        message_box(1, "Note", "This entry is longer than 76 characters; change it in the file itself.");
+        message_box(BOX_BEEP, "Note",
+                    "This entry is longer than 76 characters; change it in the file itself.");
         return TABLE_STAY;
     }
     char text[FIELD_TEXT_MAX + 1];
@@ -122,9 +123,9 @@ int line_edit(TableScreen *screen) {
         return TABLE_STAY;
     char msg[AV_MSG_MAX];
     if (list_delete(screen->list, current) != 0)
-        message_box(1, "Error", editor->remove_error);
+        message_box(BOX_BEEP, "Error", editor->remove_error);
     else if (list_add_string(text, screen->list, msg) != 0)
-        message_box(1, "Error", editor->append_error);
+        message_box(BOX_BEEP, "Error", editor->append_error);
     return table_resort(screen, text);
 }
 
@@ -136,7 +137,7 @@ int line_save(TableScreen *screen) {
     char msg[AV_MSG_MAX];
     if (write_line_file(screen->layout->path, screen->list, msg) != 0) {
         // Nothing is lost: the screen stays open with every change.
-        message_box(1, "Error", msg);
+        message_box(BOX_BEEP, "Error", msg);
         return TABLE_STAY;
     }
     return TABLE_LEAVE;

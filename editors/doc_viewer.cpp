@@ -30,10 +30,10 @@ void run_print_command() {
 }
 
 void print_document() {
-    if (yes_no_box(0, "CONFIRM", "Print this information on the default printer?") != 1)
+    if (yes_no_box(BOX_QUIET, "CONFIRM", "Print this information on the default printer?") != 1)
         return;
     run_print_command();
-    message_box(0, "", "Help file printed.");
+    message_box(BOX_QUIET, "", "Help file printed.");
 }
 
 int draw_frame() {
@@ -56,19 +56,19 @@ void doc_viewer() {
     int window = draw_frame();
     if (window < 0) {
         // Nothing to draw on: say so rather than return to the menu silently.
-        message_box(1, "Error", "Could not open the documentation window!");
+        message_box(BOX_BEEP, "Error", "Could not open the documentation window!");
         return;
     }
 
     List *lines = list_create(25);
     if (lines == nullptr) {
-        message_box(1, "Error", "Could not create help list!");
+        message_box(BOX_BEEP, "Error", "Could not create help list!");
         win_destroy(window);
         return;
     }
     char msg[AV_MSG_MAX];
     if (read_line_file(AV_PATH_DOC, lines, "", msg) < 0) {
-        message_box(1, "Error", msg);
+        message_box(BOX_BEEP, "Error", msg);
         win_destroy(window);
         list_destroy(lines);
         return;

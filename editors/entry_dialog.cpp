@@ -14,8 +14,9 @@ void entry_legend(int window, int row, int column) {
 // there are changes the user wants to keep; repaint and unknown keys stay (-1).
 int entry_common_key(int key, int changed) {
     if (key_is_cancel(key))
-        return changed == 0 || yes_no_box(1, "CONFIRM", "Lose changes to this entry?") == 1 ? 0
-                                                                                            : -1;
+        return changed == 0 || yes_no_box(BOX_BEEP, "CONFIRM", "Lose changes to this entry?") == 1
+                   ? 0
+                   : -1;
     if (key_is_repaint(key))
         term_repaint();
     else
@@ -93,7 +94,7 @@ int entry_is_duplicate(const EntryDialog *dialog, const char *text, int exact,
     int found = list_find_string(text, exact, dialog->list);
     if (found < 0 || (dialog->mode == ENTRY_EDIT && found == dialog->index))
         return 0;
-    message_box(1, "Error", message);
+    message_box(BOX_BEEP, "Error", message);
     return 1;
 }
 

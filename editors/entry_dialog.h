@@ -36,8 +36,11 @@ int entry_dialog_open(EntryDialog *dialog, int parent, int row, int column, int 
 int entry_dialog_run(EntryDialog *dialog);
 // Prepares an empty one-row field of a dialog.
 void entry_field(TextField *field, int window, int row, int column, int width, int maximum);
+// How entry_is_duplicate matches text against an entry.
+constexpr int ENTRY_PREFIX = 0; // text is the start of the entry
+constexpr int ENTRY_EXACT = 1;  // text is the whole entry
 // 1 (after "Error", message) when another entry than the edited one matches
-// text: exactly, or with exact 0 as a prefix.
+// text, as a prefix or exactly.
 int entry_is_duplicate(const EntryDialog *dialog, const char *text, int exact, const char *message);
 // A field's text without leading and trailing blanks, into out (FIELD_TEXT_MAX + 1).
 void entry_trimmed(const TextField *field, char *out);

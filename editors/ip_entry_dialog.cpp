@@ -48,14 +48,15 @@ int ip_value(EntryDialog *dialog, char *value) {
                                           "A PC name was not specified for Samba."};
     int kind = dialog->group.selected;
     if (kind == 1 && access(AV_PATH_HAWSER_PROG, F_OK) != 0) {
-        message_box(1, "Error", "The Ardovane PC Hawser software is not installed on this system.");
+        message_box(BOX_BEEP, "Error",
+                    "The Ardovane PC Hawser software is not installed on this system.");
         dialog->focus = FOCUS_HAWSER_RADIO;
         return 0;
     }
     entry_trimmed(&dialog->fields[VALUE_STOPS[kind]], value);
     if (value[0] != '\0')
         return 1;
-    message_box(1, "Note", missing[kind]);
+    message_box(BOX_BEEP, "Note", missing[kind]);
     dialog->focus = VALUE_STOPS[kind];
     return 0;
 }
@@ -65,7 +66,7 @@ int ip_accept(EntryDialog *dialog) {
     char value[FIELD_TEXT_MAX + 1];
     entry_trimmed(&dialog->fields[FOCUS_NAME], name);
     if (name[0] == '\0') {
-        message_box(1, "Note", "No name was specified.");
+        message_box(BOX_BEEP, "Note", "No name was specified.");
         dialog->focus = FOCUS_NAME;
         return 0;
     }
@@ -75,7 +76,8 @@ int ip_accept(EntryDialog *dialog) {
     // the padded name is an exact match on the name.
     char key_text[FIELD_TEXT_MAX + 1];
     snprintf(key_text, sizeof key_text, "%-15s", name);
-    if (entry_is_duplicate(dialog, key_text, 0, "An entry for this name already exists.")) {
+    if (entry_is_duplicate(dialog, key_text, ENTRY_PREFIX,
+                           "An entry for this name already exists.")) {
         dialog->focus = FOCUS_NAME;
         return 0;
     }
@@ -150,11 +152,11 @@ int ip_entry_dialog(int parent, int mode, int index, IpEntry *entry, List *lines
     }
     group->selected = (entry->kind >= 0 && entry->kind <= 2) ? entry->kind : 0;
 
-    field_show(&fields[FOCUS_NAME], -1);
-    radio_show(-1, group);
-    field_show(&fields[FOCUS_ADDRESS], -1);
-    field_show(&fields[FOCUS_HAWSER], -1);
-    field_show(&fields[FOCUS_SAMBA], -1);
+    field_show(&fields[FOCUS_NAME], FIELD_NO_CURSOR);
+    radio_show(RADIO_ALL, group);
+    field_show(&fields[FOCUS_ADDRESS], FIELD_NO_CURSOR);
+    field_show(&fields[FOCUS_HAWSER], FIELD_NO_CURSOR);
+    field_show(&fields[FOCUS_SAMBA], FIELD_NO_CURSOR);
     win_show(window);
 
     int result = entry_dialog_run(&dialog);

@@ -31,13 +31,13 @@ int ip_add(TableScreen *screen) {
 
 int ip_edit(TableScreen *screen) {
     if (list_count(screen->list) <= 0) {
-        message_box(1, "Note", "There is nothing to edit.");
+        message_box(BOX_BEEP, "Note", "There is nothing to edit.");
         return TABLE_STAY;
     }
     int current = screen->pick.current;
     char *old = static_cast<char *>(list_get(screen->list, current));
     if (old == nullptr) {
-        message_box(1, "Error", "Error retrieving data from IP list!");
+        message_box(BOX_BEEP, "Error", "Error retrieving data from IP list!");
         return TABLE_STAY;
     }
     IpEntry entry;
@@ -48,7 +48,7 @@ int ip_edit(TableScreen *screen) {
     // a pointer across it.
     old = static_cast<char *>(list_get(screen->list, current));
     if (old == nullptr) {
-        message_box(1, "Error", "Error retrieving data from IP list!");
+        message_box(BOX_BEEP, "Error", "Error retrieving data from IP list!");
         return TABLE_STAY;
     }
     char line[TABLE_LINE_MAX];
@@ -72,7 +72,7 @@ int ip_save(TableScreen *screen) {
     if (replace_open(&file, AV_PATH_IPADDR, "root", nullptr, 0666, 0666) != 0) {
         snprintf(msg, sizeof msg, "Error opening IP address file for save! (%s)",
                  str_error(file.error));
-        message_box(1, "Error", msg);
+        message_box(BOX_BEEP, "Error", msg);
         return TABLE_STAY;
     }
     int count = list_count(screen->list);
@@ -92,7 +92,7 @@ int ip_save(TableScreen *screen) {
         // The screen stays open with every change for a later save.
         snprintf(msg, sizeof msg, "Error writing IP address file for save! (%s)",
                  str_error(file.error));
-        message_box(1, "Error", msg);
+        message_box(BOX_BEEP, "Error", msg);
         return TABLE_STAY;
     }
     return TABLE_LEAVE;

@@ -31,13 +31,13 @@ void table_legend(int window) {
 
 void table_delete(TableScreen *screen) {
     if (list_count(screen->list) <= 0) {
-        message_box(1, "Note", "There is nothing to delete.");
+        message_box(BOX_BEEP, "Note", "There is nothing to delete.");
         return;
     }
-    if (yes_no_box(0, "CONFIRM", "Delete this entry?") != 1)
+    if (yes_no_box(BOX_QUIET, "CONFIRM", "Delete this entry?") != 1)
         return;
     if (list_delete(screen->list, screen->pick.current) != 0) {
-        message_box(1, "Error", "Error deleting item from list!");
+        message_box(BOX_BEEP, "Error", "Error deleting item from list!");
         return;
     }
     // The current index may now be past the end; pick_list_run pulls it back.
@@ -66,7 +66,7 @@ void table_search(TableScreen *screen) {
     field.width = layout->search_width;
     field.maximum = layout->search_width;
     field.no_blanks = 1;
-    field_show(&field, -1);
+    field_show(&field, FIELD_NO_CURSOR);
     win_show(window);
 
     int found = -1;
@@ -78,7 +78,7 @@ void table_search(TableScreen *screen) {
                 if (found < 0) {
                     char note[FIELD_TEXT_MAX + 40];
                     snprintf(note, sizeof note, "No entry was found for '%s'", field.text);
-                    message_box(1, "Note", note);
+                    message_box(BOX_BEEP, "Note", note);
                 }
             }
             break;
@@ -150,7 +150,7 @@ int table_same_file(const TableFileId *a, const TableFileId *b) {
 int table_may_change(TableScreen *screen) {
     if (screen->read_only[0] == '\0')
         return 1;
-    message_box(1, "Note", screen->read_only);
+    message_box(BOX_BEEP, "Note", screen->read_only);
     return 0;
 }
 
@@ -158,7 +158,7 @@ int table_may_change(TableScreen *screen) {
 int table_cancel(TableScreen *screen) {
     if (screen->changed == 0)
         return 1;
-    return yes_no_box(1, "CONFIRM", "Lose all changes?");
+    return yes_no_box(BOX_BEEP, "CONFIRM", "Lose all changes?");
 }
 
 } // namespace
@@ -178,13 +178,13 @@ int table_open(TableScreen *screen, const TableLayout *layout) {
     char note[AV_MSG_MAX];
     screen->lock = config_lock(AV_PATH_CONFIG_DIR, note);
     if (screen->lock == CONFIG_LOCK_BUSY) {
-        message_box(1, "Note", note);
+        message_box(BOX_BEEP, "Note", note);
         return -1;
     }
     // Editing goes on, but the user has to know that nothing keeps a second
     // session from overwriting the changes.
     if (screen->lock == CONFIG_LOCK_FAILED)
-        message_box(1, "Note", note);
+        message_box(BOX_BEEP, "Note", note);
     if (screen->lock >= 0) {
         replace_remove_stale(AV_PATH_CONFIG_DIR);
     }
@@ -206,7 +206,7 @@ int table_open(TableScreen *screen, const TableLayout *layout) {
 
     screen->list = list_create(25);
     if (screen->list == nullptr) {
-        message_box(1, "Error", layout->list_error);
+        message_box(BOX_BEEP, "Error", layout->list_error);
         table_release(screen);
         return -1;
     }
@@ -214,7 +214,7 @@ int table_open(TableScreen *screen, const TableLayout *layout) {
     int loaded = table_load(screen, load_msg);
     char msg[AV_MSG_MAX];
     if (sort_string_list(screen->list, msg) != 0) {
-        message_box(1, "Error", msg);
+        message_box(BOX_BEEP, "Error", msg);
         table_release(screen);
         return -1;
     }
@@ -233,7 +233,7 @@ int table_open(TableScreen *screen, const TableLayout *layout) {
     if (loaded == LINE_READ_ERROR) {
         // Shown over the table, which holds what could be read. Saving that
         // would lose the rest of the file for good.
-        message_box(1, "Error", load_msg);
+        message_box(BOX_BEEP, "Error", load_msg);
         table_read_only(screen, "This file could not be read whole, so it cannot be changed here.");
     } else if (loaded == LOAD_LINK_REFUSED) {
         message_box(1, "Note", load_msg);
@@ -254,7 +254,8 @@ int table_may_overwrite(TableScreen *screen) {
     // Someone else wrote the file (ipaddr is writable by every user); saving
     // would drop their change without a word. The yes/no box holds 67
     // characters, so the question is put in fewer words than the full note.
-    return yes_no_box(1, "CONFIRM", "The file was changed outside this program. Overwrite it?");
+    return yes_no_box(BOX_BEEP, "CONFIRM",
+                      "The file was changed outside this program. Overwrite it?");
 }
 
 void table_read_only(TableScreen *screen, const char *note) {
@@ -267,7 +268,7 @@ void table_read_only(TableScreen *screen, const char *note) {
 int table_resort(TableScreen *screen, const char *text) {
     char msg[AV_MSG_MAX];
     if (sort_string_list(screen->list, msg) != 0) {
-        message_box(1, "Error", msg);
+        message_box(BOX_BEEP, "Error", msg);
         return TABLE_FAIL;
     }
     int found = list_find_string(text, 1, screen->list);
@@ -280,7 +281,7 @@ int table_resort(TableScreen *screen, const char *text) {
 int table_add_line(TableScreen *screen, const char *line) {
     char msg[AV_MSG_MAX];
     if (list_add_string(line, screen->list, msg) != 0) {
-        message_box(1, "Error", msg);
+        message_box(BOX_BEEP, "Error", msg);
         return TABLE_FAIL;
     }
     return table_resort(screen, line);

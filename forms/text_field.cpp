@@ -157,7 +157,7 @@ bool delete_text(TextField *field, int key, int *p) {
 
 void toggle_insert_mode() {
     insert_mode = insert_mode ? 0 : 1;
-    message_box(1, "Note", insert_mode ? "Insert mode is now ON" : "Insert mode is now OFF");
+    message_box(BOX_BEEP, "Note", insert_mode ? "Insert mode is now ON" : "Insert mode is now OFF");
 }
 
 // One key that stays in the field; false when it does nothing.
