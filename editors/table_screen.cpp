@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "support/paths.h"
 #include "term/term.h"
@@ -248,8 +249,12 @@ int table_may_overwrite(TableScreen *screen) {
     struct stat status;
     if (stat(screen->layout->path, &status) == 0)
         table_identity(&status, &now);
-    // Gone since: there is nothing of anyone's to overwrite.
-    if (!now.present || table_same_file(&screen->loaded, &now))
+    // Gone since: there is nothing of anyone's to overwrite. Another user's
+    // link is never written through: the save refuses it and says why.
+    struct stat link;
+    if (!now.present || table_same_file(&screen->loaded, &now) ||
+        (lstat(screen->layout->path, &link) == 0 && S_ISLNK(link.st_mode) &&
+         link.st_uid != geteuid()))
         return 1;
     // Someone else wrote the file (ipaddr is writable by every user); saving
     // would drop their change without a word. The yes/no box holds 67
