@@ -97,14 +97,13 @@ const TermCapability term_capabilities[CAP_COUNT] = {
     {CAP_K7, "k7", 'S', "keys", "as k0"},
     {CAP_K8, "k8", 'S', "keys", "as k0"},
     {CAP_K9, "k9", 'S', "keys", "as k0"},
-    {CAP_FS, "FS", 'N', "keys", "k0 is F1, unless the description is in the standard dialect"},
+    {CAP_FS, "FS", 'N', "keys", "k0 is F1"},
     {CAP_STD_KH, "kh", 'S', "keys", "bound as well as ho"},
     {CAP_STD_END, "@7", 'S', "keys", "stands for EN"},
     {CAP_STD_KP, "kP", 'S', "keys", "stands for PU"},
     {CAP_STD_KN, "kN", 'S', "keys", "stands for PD"},
     {CAP_STD_KI, "kI", 'S', "keys", "bound as well as al"},
     {CAP_STD_KD, "kD", 'S', "keys", "stands for dk and Dk"},
-    {CAP_STD_F10, "k;", 'S', "keys", "F10 in the standard numbering"},
 
     {CAP_TC, "tc", 'S', "loading", "the entry ends here"},
 };
@@ -130,12 +129,12 @@ const KeySource key_table[] = {
 
     {KEY_RULE_CAP, CAP_KB, nullptr, KEY_BACKSPACE, 1},
     {KEY_RULE_BYTES_IF, CAP_BS, "\b", KEY_BACKSPACE, 1},
-    // Byte 127 is Delete only by default: a BackSpace key that sends it
-    // (kb=\177) keeps it, hence priority 0.
+    // Byte 127 is Delete when no Delete key is described, at the priority of
+    // the other editing keys: it replaces a BackSpace key that sends it too.
     {KEY_RULE_CAP, CAP_DK, nullptr, KEY_DELETE, 1},
     {KEY_RULE_ELSE, CAP_DK2, nullptr, KEY_DELETE, 1},
     {KEY_RULE_ELSE, CAP_STD_KD, nullptr, KEY_DELETE, 1},
-    {KEY_RULE_BYTES_ELSE, CAP_COUNT, "\177", KEY_DELETE, 0},
+    {KEY_RULE_BYTES_ELSE, CAP_COUNT, "\177", KEY_DELETE, 1},
     // "al" is insert-line in standard descriptions but the Insert key here;
     // the standard key name is bound as well.
     {KEY_RULE_CAP, CAP_AL, nullptr, KEY_INSERT, 1},
@@ -172,8 +171,3 @@ const KeySource key_table[] = {
 };
 const int key_table_size = sizeof key_table / sizeof key_table[0];
 
-// What marks a description written in the standard dialect: names this
-// program's own dialect never uses.
-const TermCap standard_key_marks[] = {CAP_STD_F10, CAP_STD_KH, CAP_STD_END, CAP_STD_KP,
-                                      CAP_STD_KN,  CAP_STD_KI, CAP_STD_KD,  CAP_STD_KS};
-const int standard_key_mark_count = sizeof standard_key_marks / sizeof standard_key_marks[0];

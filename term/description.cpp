@@ -306,12 +306,8 @@ int tc_load(const char *name) {
             return 1;
     if (tc_search_pinned())
         return 0;
-    // TERMCAP holding an entry's text comes after the files: GNU screen
-    // exports its own generic entry that way, and the description files
-    // hold the ones written for this program.
-    const char *text = getenv("TERMCAP");
-    if (text && text[0] != '/' && tc_read_entry_text(text, name))
-        return 1;
+    // A TERMCAP that holds an entry's text rather than a path is ignored:
+    // the compiled database below knows the type as well.
     // Last, the compiled terminfo database, which knows far more types than
     // any termcap file here. It comes before start-up's family fallback
     // (each family name is searched the same way): a type's own compiled

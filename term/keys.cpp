@@ -287,29 +287,16 @@ int key_bind(const char *sequence, int priority, int code) {
     return node;
 }
 
-// Without FS, this program's numbering makes k0 F1 and k9 F10. A
-// description in the standard dialect (as infocmp -C writes it) numbers its
-// keys from k1, names F10 "k;" and has k0 for a key F0 that no key code
-// stands for; read with k0 as F1, its F5 would act as F6 (which saves). So
-// without FS the standard numbering applies when the description shows that
-// dialect: a standard-only key name (k;, kh, @7, kP, kN, kI, kD) or the
-// keypad mode ks, or no k0 at all (this program's numbering would then have
-// no F1). Any FS, even out of range, keeps this program's numbering.
+// FS numbers the function keys: with FS#1, k1 is F1 and k0 F10; without it
+// (or out of range), k0 is F1 and k9 F10. A description in the standard
+// dialect (k1 for F1, k; for F10) needs FS#1 to be read that way: guessing
+// the dialect from other names would renumber keys of descriptions written
+// for this program.
 int key_function_cap(int index) {
     if (index < 0 || index > 9)
         return -1;
     int start = tc_cap_num(CAP_FS);
-    bool standard = false;
-    if (start < 0) {
-        standard = tc_cap_str(CAP_K0) == nullptr;
-        for (int i = 0; i < standard_key_mark_count && !standard; ++i)
-            standard = tc_cap_str(standard_key_marks[i]) != nullptr;
-    }
-    if (standard)
-        return index == 9 ? CAP_STD_F10 : CAP_K1 + index;
-    if (start > 9)
-        start = 0;
-    if (start < 0)
+    if (start < 0 || start > 9)
         start = 0;
     return CAP_K0 + (start + index) % 10;
 }

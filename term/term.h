@@ -98,7 +98,6 @@ enum TermCap : int {
     CAP_K0, CAP_K1, CAP_K2, CAP_K3, CAP_K4, CAP_K5, CAP_K6, CAP_K7, CAP_K8, CAP_K9,
     CAP_FS,
     CAP_STD_KH, CAP_STD_END, CAP_STD_KP, CAP_STD_KN, CAP_STD_KI, CAP_STD_KD,
-    CAP_STD_F10,
     // links between entries
     CAP_TC,
     CAP_COUNT
@@ -128,7 +127,7 @@ enum KeyRule : int {
     KEY_RULE_BYTES,      // the fixed bytes; starts a group
     KEY_RULE_BYTES_IF,   // the fixed bytes, when the boolean capability is present
     KEY_RULE_BYTES_ELSE, // the fixed bytes, if their group bound nothing yet
-    KEY_RULE_FKEYS,      // F1 to F10 from k0..k9 (or k1..k9, k;), numbered by FS
+    KEY_RULE_FKEYS,      // F1 to F10 from k0..k9, numbered by FS
 };
 struct KeySource {
     KeyRule rule;
@@ -165,9 +164,9 @@ int term_init_family(int save_mode, TermState *state);
 // The description files tc_load searches, in order; returns how many.
 constexpr int TC_PLACES_MAX = 5;
 int tc_search_places(const char *places[TC_PLACES_MAX]);
-// Searches the description files, then a TERMCAP that holds an entry's
-// text, then the compiled terminfo database (the last two only when no
-// AVTERMCAP or QXTERMCAP pins the search); 1 found, 0 not.
+// Searches the description files (a TERMCAP that is not a path is
+// ignored), then the compiled terminfo database (only when no AVTERMCAP or
+// QXTERMCAP pins the search); 1 found, 0 not.
 int tc_load(const char *name);
 // 1 when AVTERMCAP or QXTERMCAP names the one file to search: nothing else
 // is then tried.
@@ -270,7 +269,7 @@ struct KeyBinding {
 // most max are stored). Tests and the description dump read them here.
 int key_bindings(KeyBinding *out, int max);
 // Which capability is function key F1 + index for the loaded description,
-// or -1 when none is: FS numbers them, or the standard dialect does.
+// or -1 when none is: FS numbers them (k0 is F1 without it).
 int key_function_cap(int index);
 
 int key_read();

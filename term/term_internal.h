@@ -22,5 +22,3 @@ int tc_terminfo_cup(const char *cup, char *out, size_t size);
 
 // Key names that only the standard termcap dialect uses: their presence
 // (without FS) numbers the function keys the standard way.
-extern const TermCap standard_key_marks[];
-extern const int standard_key_mark_count;

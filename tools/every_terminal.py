@@ -4,8 +4,9 @@
 Usage: tools/every_terminal.py [--termcap-text] [--jobs N] PROGRAM PRODUCT_ROOT [TYPE...]
        (default: every type `toe -a` lists)
 
---termcap-text gives each type its `infocmp -C` entry in TERMCAP, which
-tries the standard termcap dialect instead of the compiled database.
+--termcap-text gives each type its `infocmp -C` entry, with FS#1 added, in
+a file named by AVTERMCAP, which tries the standard termcap dialect instead
+of the compiled database.
 
 Not part of make test: it takes minutes. PROGRAM runs as root in a
 pseudo-terminal with TERM set to each type and no other terminal variable,
@@ -25,6 +26,7 @@ import shutil
 import signal
 import subprocess
 import sys
+import tempfile
 import time
 
 HERE = os.path.dirname(os.path.abspath(__file__))
@@ -59,12 +61,19 @@ def tput(term, *cap):
 
 def run_one(program, term, termcap_text=False):
     down = tput(term, "kcud1")
+    path = None
     env = {"PATH": "/usr/bin:/bin", "HOME": "/root", "TERM": term, "LANG": "C"}
     if termcap_text:
         text = subprocess.run(["infocmp", "-C", "-r", term], capture_output=True,
                               encoding="latin-1").stdout
-        env["TERMCAP"] = "".join(line + "\n" for line in text.splitlines()
-                                 if not line.startswith("#"))
+        lines = [line for line in text.splitlines() if not line.startswith("#")]
+        if lines:
+            # The standard numbering of the function keys (k1 is F1).
+            lines[0] = lines[0].replace(":", ":FS#1:", 1)
+        handle, path = tempfile.mkstemp(prefix="every_terminal.")
+        with os.fdopen(handle, "w", encoding="latin-1") as f:
+            f.write("".join(line + "\n" for line in lines))
+        env["AVTERMCAP"] = path
     pid, fd = pty.fork()
     if pid == 0:
         os.execve(program, [program], env)
@@ -105,6 +114,8 @@ def run_one(program, term, termcap_text=False):
             os.waitpid(pid, 0)
         except ChildProcessError:
             pass
+        if path:
+            os.unlink(path)
         os.close(fd)
 
 

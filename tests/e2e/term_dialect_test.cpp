@@ -1,6 +1,6 @@
 // A terminal described in the standard termcap dialect, as infocmp -C writes
-// it: its keys act, its keypad mode is set and put back, its boxes are drawn
-// with its line-drawing set.
+// it with FS#1 added (k1 is F1): its keys act, its keypad mode is set and
+// put back, its boxes are drawn with its line-drawing set.
 #include "e2e_helpers.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +13,7 @@ namespace {
 
 const std::string STANDARD_ENTRY =
     "stdterm|standard dialect terminal:\\\n"
-    "\t:am:bs:km:co#80:li#24:\\\n"
+    "\t:am:bs:km:co#80:li#24:FS#1:\\\n"
     "\t:cl=\\E[H\\E[2J:cm=\\E[%i%d;%dH:up=\\E[A:ho=\\E[H:al=\\E[L:\\\n"
     "\t:ks=\\E[?1h\\E=:ke=\\E[?1l\\E>:vi=\\E[?25l:ve=\\E[?12l\\E[?25h:\\\n"
     "\t:as=\\E(0:ae=\\E(B:ac=``aaffggjjkkllmmnnooppqqrrssttuuvvwwxxyyzz{{||}}~~:\\\n"
@@ -93,9 +93,12 @@ TEST(TermDialect, StandardEntryKeysAndModes) {
     harness_stop(h);
 }
 
-// TERMCAP holding the entry's text; the keypad mode is put back on SIGTERM.
-TEST(TermDialect, TermcapTextAndKeypadModeOnSignal) {
-    Harness *h = start_at_menu({.env = {"TERMCAP=" + STANDARD_ENTRY, "TERM=stdterm"}});
+// The keypad mode is put back on SIGTERM too.
+TEST(TermDialect, KeypadModeOnSignal) {
+    std::string root = harness_new_root();
+    write_file(root + "/stdterm", STANDARD_ENTRY);
+    Harness *h =
+        start_at_menu({.env = {"AVTERMCAP=" + root + "/stdterm", "TERM=stdterm"}, .root = root});
     ASSERT_NE(h, nullptr);
     EXPECT_NE(harness_terminal_modes(h).find(KEYPAD_ON), std::string::npos);
     harness_send(h, "\033OB");

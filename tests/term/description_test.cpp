@@ -73,9 +73,7 @@ TEST(TcLoad, FileSearch) {
         {has.c_str(), "t:li#9:", 1},
         {"/nonexistent", has.c_str(), -1}, // only AVTERMCAP is searched
         {"t:li#5:", has.c_str(), 1},       // AVTERMCAP not a path: ignored
-        {nullptr, "t:li#9:", 9},           // TERMCAP not a path is the entry itself
-        {nullptr, "u|x:li#9:", -1},        // when its names hold the type
-        {"/nonexistent", "t:li#9:", -1},   // and the search was not pinned to one file
+        {nullptr, "t:li#9:", -1},          // TERMCAP not a path: ignored too
         {"/tmp", has.c_str(), -1}};        // not a regular file: skipped
     unsetenv("QXTERMCAP");
     for (const auto &[av, tcap, li] : cases) {
