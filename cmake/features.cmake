@@ -1,6 +1,8 @@
 # Settles AV_BUILD_TESTS, AV_BUILD_BENCH, AV_BINARY_M32 (the 32-bit
 # program, empty when not built) and AV_M32_RUNNER (what runs it, empty when
-# this machine does) from AV_TESTS, AV_BENCH and AV_M32.
+# this machine does) from AV_TESTS, AV_BENCH and AV_M32; and AV_VALGRIND and
+# AV_VALGRIND_M32, the valgrind that can run the program of either build
+# here (empty where none can).
 
 # av_feature(<result> <setting> <what> <found>): ON and OFF are taken as
 # given, AUTO follows <found>.
@@ -39,6 +41,36 @@ if(AV_BENCH STREQUAL "AUTO")
 endif()
 av_feature(AV_BUILD_BENCH "${AV_BENCH}" "the benchmarks" "${av_found}")
 
+# av_valgrind_probe(<result> <program>): valgrind's path when it runs
+# <program> cleanly, else empty. Whether it can depends on more than its
+# presence: a 32-bit program needs the 32-bit C library's debugging
+# information, which a multilib compiler does not bring.
+function(av_valgrind_probe result program)
+  set(${result} "" PARENT_SCOPE)
+  find_program(AV_VALGRIND_PROGRAM valgrind)
+  if(AV_VALGRIND_PROGRAM AND NOT AV_SANITIZE AND NOT AV_FUZZ)
+    execute_process(COMMAND ${AV_VALGRIND_PROGRAM} -q --error-exitcode=99 ${program}
+                    RESULT_VARIABLE av_status OUTPUT_QUIET ERROR_QUIET TIMEOUT 120)
+    if(av_status EQUAL 0)
+      set(${result} ${AV_VALGRIND_PROGRAM} PARENT_SCOPE)
+    else()
+      message(STATUS "valgrind cannot run ${program} here: the tests run it without")
+    endif()
+  endif()
+endfunction()
+
+set(AV_VALGRIND "")
+set(AV_VALGRIND_M32 "")
+if(AV_BUILD_TESTS AND NOT AV_SANITIZE AND NOT AV_FUZZ)
+  set(av_probe ${PROJECT_BINARY_DIR}/CMakeFiles/native_probe)
+  file(WRITE ${av_probe}.cpp "#include <cstdio>\nint main() { return std::puts(\"\") < 0; }\n")
+  execute_process(COMMAND ${CMAKE_CXX_COMPILER} ${av_probe}.cpp -o ${av_probe}
+                  RESULT_VARIABLE av_built OUTPUT_QUIET ERROR_QUIET)
+  if(av_built EQUAL 0)
+    av_valgrind_probe(AV_VALGRIND ${av_probe})
+  endif()
+endif()
+
 # The 32-bit program serves the end-to-end tests only. Not in the sanitizer
 # build: the 64-bit sanitized run already covers memory errors, and a third
 # build of everything would cost more time than it finds there.
@@ -67,6 +99,10 @@ if(AV_BUILD_TESTS AND NOT AV_SANITIZE AND NOT AV_FUZZ AND NOT AV_M32 STREQUAL "O
     endif()
     set(AV_M32_RUNNER ${AV_QEMU_I386})
     message(STATUS "32-bit programs run through ${AV_QEMU_I386}")
+  endif()
+  # Through the emulator valgrind would watch qemu, not the program.
+  if(av_m32 AND av_ran EQUAL 0)
+    av_valgrind_probe(AV_VALGRIND_M32 ${av_probe})
   endif()
   if(av_m32)
     include(ExternalProject)

@@ -60,20 +60,36 @@ int on_bell(void *user) {
     return 1;
 }
 
+// From libvterm 0.2 on, a string property arrives in fragments.
+#if VTERM_VERSION_MAJOR > 0 || VTERM_VERSION_MINOR >= 2
+void set_title(Harness *h, const VTermValue *val) {
+    if (val->string.initial)
+        h->title.clear();
+    h->title.append(val->string.str, val->string.len);
+}
+#else
+void set_title(Harness *h, const VTermValue *val) { h->title = val->string; }
+#endif
+
 int on_termprop(VTermProp prop, VTermValue *val, void *user) {
     Harness *h = static_cast<Harness *>(user);
     if (prop == VTERM_PROP_CURSORVISIBLE)
         h->cursor_visible = val->boolean != 0;
     else if (prop == VTERM_PROP_TITLE)
-        h->title = val->string;
+        set_title(h, val);
     else if (prop != VTERM_PROP_CURSORBLINK && prop != VTERM_PROP_CURSORSHAPE)
         h->props += std::to_string(prop) + " ";
     return 1;
 }
 
-const VTermScreenCallbacks screen_callbacks = {
-    nullptr, nullptr, nullptr, on_termprop, on_bell, nullptr, nullptr, nullptr,
-};
+// By name: later libvterm releases add members at the end.
+VTermScreenCallbacks make_screen_callbacks() {
+    VTermScreenCallbacks c{};
+    c.settermprop = on_termprop;
+    c.bell = on_bell;
+    return c;
+}
+const VTermScreenCallbacks screen_callbacks = make_screen_callbacks();
 
 void reap(Harness *h, bool block) {
     int st = 0;
