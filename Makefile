@@ -5,6 +5,7 @@
 #   make bench    build and run the benchmarks
 #   make install  install under DESTDIR (default: the system)
 #   make package  build the Debian package and check it with lintian
+#                 (ARCH=i386: the 32-bit x86 package, built with -m32)
 
 SHELL := /bin/bash
 CMAKE ?= cmake
@@ -16,7 +17,26 @@ BUILD := build
 ASAN_BUILD := build-asan
 FUZZ_BUILD := build-fuzz
 FUZZ_FAST_BUILD := build-fuzz-fast
+# The package's architecture: this machine's, or i386 from an amd64 machine
+# (the same -m32 build that the tests run).
+# Only "make package ARCH=i386" chooses it: an ARCH in the environment is
+# often something else's (x86_64, arm64 of a kernel build).
+HOST_ARCH := $(shell dpkg --print-architecture 2>/dev/null)
+ifneq ($(origin ARCH),command line)
+  ARCH := $(HOST_ARCH)
+endif
 RELEASE_BUILD := build-release
+RELEASE_OPTIONS :=
+ifneq ($(ARCH),$(HOST_ARCH))
+  ifneq ($(ARCH)/$(HOST_ARCH),i386/amd64)
+    $(error ARCH=$(ARCH): only i386 can be built here, besides $(HOST_ARCH))
+  endif
+  RELEASE_BUILD := build-release-i386
+  RELEASE_OPTIONS := -DCMAKE_CXX_FLAGS=-m32
+endif
+# Packages are reproducible: every date in them is the last commit's (or the
+# SOURCE_DATE_EPOCH given), so two builds of one commit are byte-identical.
+SOURCE_DATE_EPOCH ?= $(shell git -C $(CURDIR) log -1 --format=%ct 2>/dev/null)
 # Seconds per target: the smoke run in make test (CI), and make fuzz.
 FUZZ_SMOKE_SECONDS ?= 8
 FUZZ_SECONDS ?= 60
@@ -27,11 +47,14 @@ FUZZ_TARGETS ?=
 SANDBOX := $(CURDIR)/$(BUILD)/root
 # What building and running the program needs: a fresh Debian 12 has only make.
 RUN_PACKAGES := cmake ninja-build g++
+ifeq ($(ARCH)/$(HOST_ARCH),i386/amd64)
+  RUN_PACKAGES += gcc-multilib g++-multilib
+endif
 # What "make package" adds.
 PACKAGE_PACKAGES := $(RUN_PACKAGES) dpkg-dev file lintian
 # What the tests and benches add. qemu-user runs the 32-bit program where the
 # kernel cannot; ncurses is for the start-up bench's peer only.
-DEB_PACKAGES := $(PACKAGE_PACKAGES) clang libclang-rt-14-dev pkg-config libgtest-dev \
+DEB_PACKAGES := $(PACKAGE_PACKAGES) clang libclang-rt-dev pkg-config libgtest-dev \
                 libgmock-dev libbenchmark-dev libvterm-dev valgrind groff-base man-db \
                 python3 ncurses-term libncurses-dev gcc-multilib g++-multilib qemu-user acl
 # The test targets must not quietly build without their tests.
@@ -129,7 +152,8 @@ run: deps-run
 # Release tree with the real product root (/usr/lib/ardovane). Configuration
 # files already present under DESTDIR are kept as they are.
 release: deps-run
-	$(CONFIGURE) -S . -B $(RELEASE_BUILD) -DCMAKE_BUILD_TYPE=Release -DAV_TESTS=OFF -DAV_BENCH=OFF
+	$(CONFIGURE) -S . -B $(RELEASE_BUILD) -DCMAKE_BUILD_TYPE=Release -DAV_TESTS=OFF -DAV_BENCH=OFF \
+	    $(RELEASE_OPTIONS)
 	$(CMAKE) --build $(RELEASE_BUILD) -j $(JOBS)
 
 install: release
@@ -137,8 +161,9 @@ install: release
 
 # Any lintian error or warning that the package does not override fails it.
 package: deps-package release
+	@[ -n "$(SOURCE_DATE_EPOCH)" ] || { echo "not a git checkout: set SOURCE_DATE_EPOCH"; exit 1; }
 	rm -f $(RELEASE_BUILD)/*.deb
-	cd $(RELEASE_BUILD) && cpack -G DEB
+	cd $(RELEASE_BUILD) && SOURCE_DATE_EPOCH=$(SOURCE_DATE_EPOCH) cpack -G DEB
 	lintian --fail-on error,warning $(RELEASE_BUILD)/avconfig_*.deb
 
 clean:

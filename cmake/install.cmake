@@ -4,6 +4,11 @@
 # under the product root compiled into it, so the package cannot be
 # relocated. DESTDIR (make install, and CPack's staging area) is honoured.
 
+# Directory modes do not follow the builder's umask: packages are the same
+# on every machine.
+set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE
+    GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+
 set(AV_SBIN_DIR /usr/sbin)
 set(AV_MAN8_DIR /usr/share/man/man8)
 set(AV_CONDUVIA_DIR ${AV_PRODUCT_ROOT}/conduvia)
@@ -125,6 +130,17 @@ set(CPACK_DEBIAN_PACKAGE_SECTION admin)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 # Depends from what the binary links (dpkg-shlibdeps).
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# The 32-bit program built on amd64 (-m32) is packaged for i386. dpkg-shlibdeps
+# finds its libraries among amd64's lib32 packages; the package's Depends are
+# worked out at packaging time from those (cmake/package_i386.cmake).
+if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_HOST_SYSTEM_PROCESSOR MATCHES "^(x86_64|amd64|AMD64)$")
+  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE i386)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS OFF)
+  set(AV_PACKAGE_BINARY ${PROJECT_BINARY_DIR}/app/avconfig)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/package_i386.cmake
+                 ${PROJECT_BINARY_DIR}/package_i386.cmake @ONLY)
+  set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_BINARY_DIR}/package_i386.cmake)
+endif()
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_STRIP_FILES ON)
 

@@ -167,6 +167,66 @@ dpkg-deb -f "$deb" Description >/dev/null || fail "control file does not parse"
 bad=$(dpkg-deb -I "$deb" control | awk '/^Description:/ {d = 1; next} d && /^[^ ]/ {d = 0} d && /^   / {print}')
 [ -z "$bad" ] || fail "description lines indented twice: $bad"
 
+# ---- reproducible: every date is the last commit's, a second build is identical ----
+epoch=$(git -C "$src" log -1 --format=%ct 2>/dev/null)
+if [ -n "$epoch" ] && [ -z "${SOURCE_DATE_EPOCH:-}" ]; then
+    # The ar headers' dates, exactly (ar tv prints them to the minute).
+    bad=$(python3 - "$deb" "$epoch" <<'PY'
+import sys
+data = open(sys.argv[1], "rb").read()
+pos = 8  # after "!<arch>\n"
+while pos + 60 <= len(data):
+    header = data[pos:pos + 60]
+    if int(header[16:28]) != int(sys.argv[2]):
+        print(header[:16].decode().strip(), int(header[16:28]))
+    pos += 60 + int(header[48:58])
+    pos += pos % 2
+PY
+    )
+    [ -z "$bad" ] || fail "archive members not dated $epoch: $bad"
+    newer=$(dpkg-deb --fsys-tarfile "$deb" | TZ=UTC tar -tv --full-time --numeric-owner -f - |
+        awk -v e="$(date -u -d "@$epoch" '+%Y-%m-%d %H:%M:%S')" '$4 " " $5 > e {print $6}')
+    [ -z "$newer" ] || fail "files dated after the last commit: $newer"
+fi
+# gzip keeps a time stamp in bytes 4 to 7 of its header: all zero here.
+members=$(ar t "$deb" | grep '\.gz$')
+for m in $members; do
+    [ "$(ar p "$deb" "$m" | od -An -tx1 -j4 -N4 | tr -d ' ')" = 00000000 ] ||
+        fail "$m carries a time stamp"
+done
+# A second build of the same sources, in another folder, is byte for byte the same.
+src2=$work/source-copy
+rm -rf "$src2"
+mkdir -p "$src2"
+(cd "$src" && git ls-files -z --cached --others --exclude-standard 2>/dev/null |
+    tar --null --ignore-failed-read -T - -cf -) | tar -xf - -C "$src2"
+if [ ! -f "$src2/Makefile" ]; then
+    fail "could not copy the sources (not a git checkout?)"
+elif ! SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$epoch} make -s -C "$src2" package \
+    >"$work/package2.log" 2>&1; then
+    cat "$work/package2.log"
+    fail "make package in a second folder failed"
+else
+    cmp "$deb" "$src2"/build-release/avconfig_*.deb ||
+        fail "two builds of the same sources differ: $deb, $(echo "$src2"/build-release/*.deb)"
+fi
+
+# ---- the 32-bit x86 package, where the compiler can build it ----
+if echo 'int main() { return 0; }' | g++ -m32 -x c++ -o "$work/m32-probe" - 2>/dev/null; then
+    if ! make -s -C "$src2" package ARCH=i386 >"$work/package-i386.log" 2>&1; then
+        cat "$work/package-i386.log"
+        fail "make package ARCH=i386 failed"
+    else
+        deb386=$(echo "$src2"/build-release-i386/avconfig_*_i386.deb)
+        [ "$(dpkg-deb -f "$deb386" Architecture)" = i386 ] || fail "i386 package has another architecture"
+        depends=$(dpkg-deb -f "$deb386" Depends)
+        [[ "$depends" =~ ^libc6\ \(\>=\ [0-9.]+\)$ ]] || fail "i386 Depends is '$depends'"
+        file -L "$src2/build-release-i386/app/avconfig" | grep -q 'ELF 32-bit LSB.*Intel 80386' ||
+            fail "i386 package's program is not a 32-bit x86 program"
+    fi
+fi
+rm -rf "$src2"
+
 # ---- dpkg into a root of its own: edits survive a reinstall, purge removes them ----
 # No maintainer scripts, so dpkg needs no chroot; the libc dependency is not
 # in that root.
