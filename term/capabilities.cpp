@@ -76,8 +76,8 @@ const TermCapability term_capabilities[CAP_COUNT] = {
     {CAP_KU, "ku", 'S', "keys, motion", "Up unbound; second choice for cursor-up"},
     {CAP_KD, "kd", 'S', "keys", "Down unbound"},
     {CAP_KB, "kb", 'S', "keys", "byte 8 with bs"},
-    {CAP_DK, "dk", 'S', "keys", "Dk, else kD, else byte 127"},
-    {CAP_DK2, "Dk", 'S', "keys", "kD, else byte 127"},
+    {CAP_DK, "dk", 'S', "keys", "Dk, else byte 127"},
+    {CAP_DK2, "Dk", 'S', "keys", "byte 127"},
     {CAP_AL, "al", 'S', "keys", "kI"},
     {CAP_TA, "ta", 'S', "keys", "byte 9 is itself"},
     {CAP_BT, "bt", 'S', "keys", "BackTab unbound"},
@@ -103,7 +103,7 @@ const TermCapability term_capabilities[CAP_COUNT] = {
     {CAP_STD_KP, "kP", 'S', "keys", "stands for PU"},
     {CAP_STD_KN, "kN", 'S', "keys", "stands for PD"},
     {CAP_STD_KI, "kI", 'S', "keys", "bound as well as al"},
-    {CAP_STD_KD, "kD", 'S', "keys", "stands for dk and Dk"},
+    {CAP_STD_KD, "kD", 'S', "keys", "bound as well as dk, Dk or byte 127"},
 
     {CAP_TC, "tc", 'S', "loading", "the entry ends here"},
 };
@@ -133,8 +133,8 @@ const KeySource key_table[] = {
     // the other editing keys: it replaces a BackSpace key that sends it too.
     {KEY_RULE_CAP, CAP_DK, nullptr, KEY_DELETE, 1},
     {KEY_RULE_ELSE, CAP_DK2, nullptr, KEY_DELETE, 1},
-    {KEY_RULE_ELSE, CAP_STD_KD, nullptr, KEY_DELETE, 1},
     {KEY_RULE_BYTES_ELSE, CAP_COUNT, "\177", KEY_DELETE, 1},
+    {KEY_RULE_CAP, CAP_STD_KD, nullptr, KEY_DELETE, 1},
     // "al" is insert-line in standard descriptions but the Insert key here;
     // the standard key name is bound as well.
     {KEY_RULE_CAP, CAP_AL, nullptr, KEY_INSERT, 1},

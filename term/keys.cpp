@@ -206,9 +206,10 @@ int match_at(int pos, int *code) {
 // What an ESC at input[pos] begins when the table matched only that ESC, or
 // ESC ESC: sets *length and returns the key of an alternative form,
 // KEY_UNBOUND for bytes that make one key the table does not know, or -1
-// when the match stands. Alt with a key sends ESC and that key's bytes, and
-// a quick Escape under tmux arrives the same way: neither may act as Escape
-// and the key's letters (Alt-x left a screen and quit the program).
+// when the match stands. Alt with a key that sends a sequence sends ESC and
+// that sequence (a quick Escape and an arrow under tmux arrive the same
+// way): it must not act as Escape and the sequence's letters (Alt-Up opened
+// the Add Entry dialog).
 int escape_key(int pos, int *length) {
     int end = input_count - 1; // the NUL after the buffered bytes
     if (pos + 1 >= end)
@@ -232,16 +233,10 @@ int escape_key(int pos, int *length) {
         int code = alternative_form(pos, n);
         return code >= 0 ? code : KEY_UNBOUND;
     }
-    if (next < 0x20 || next > 0x7f)
-        return -1;
-    // Alt with a printable key (or Backspace). A sequence that the read cut
-    // short goes with it: its digits must not reach a field.
-    int m = 2;
-    if (next == '[' || next == 'O')
-        while (pos + m < end && input[pos + m] >= 0x20 && input[pos + m] <= 0x3f)
-            ++m;
-    *length = m;
-    return KEY_UNBOUND;
+    // ESC and a byte that no sequence binds stay two keys, Escape and that
+    // byte, as every byte no sequence binds is its own key: Alt with a
+    // printable key cannot be told from Escape typed quickly before it.
+    return -1;
 }
 
 } // namespace

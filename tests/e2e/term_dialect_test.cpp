@@ -18,7 +18,7 @@ const std::string STANDARD_ENTRY =
     "\t:ks=\\E[?1h\\E=:ke=\\E[?1l\\E>:vi=\\E[?25l:ve=\\E[?12l\\E[?25h:\\\n"
     "\t:as=\\E(0:ae=\\E(B:ac=``aaffggjjkkllmmnnooppqqrrssttuuvvwwxxyyzz{{||}}~~:\\\n"
     "\t:me=\\E[m:so=\\E[7m:se=\\E[27m:mr=\\E[7m:md=\\E[1m:\\\n"
-    "\t:kb=\\177:kD=\\E[3~:kI=\\E[2~:kh=\\EOH:@7=\\EOF:kP=\\E[5~:kN=\\E[6~:\\\n"
+    "\t:kb=^H:kD=\\E[3~:kI=\\E[2~:kh=\\EOH:@7=\\EOF:kP=\\E[5~:kN=\\E[6~:\\\n"
     "\t:ku=\\EOA:kd=\\EOB:kr=\\EOC:kl=\\EOD:\\\n"
     "\t:k1=\\EOP:k2=\\EOQ:k3=\\EOR:k4=\\EOS:k5=\\E[15~:k6=\\E[17~:k7=\\E[18~:\\\n"
     "\t:k8=\\E[19~:k9=\\E[20~:k;=\\E[21~:k0=\\EOy:\n";
@@ -69,7 +69,7 @@ TEST(TermDialect, StandardEntryKeysAndModes) {
         {"n"},
         {"a", "Add Entry"},
         {"\033[15~"},
-        {"aabcd\033OH\033[3~\033OF\177\033OH\033OP", "Insert mode is now ON"},
+        {"aabcd\033OH\033[3~\033OF\b\033OH\033OP", "Insert mode is now ON"},
         {" X", "Xbc"},
         {"\033[17~", "Xbc"},
     };

@@ -28,8 +28,8 @@ TEST(CapabilityTable, IndexedByItsEnumAndEveryNameOnce) {
 TEST(KeyRead, StandardDialect) {
     const std::tuple<const char *, std::string, std::vector<int>> cases[] = {
         // The standard key names serve where this program's are absent.
-        {"kh=\\EOH:@7=\\EOF:kP=\\E[5~:kN=\\E[6~:kI=\\E[2~:kD=\\E[3~:kb=\\177",
-         "\x1bOH\x1bOF\x1b[5~\x1b[6~\x1b[2~\x1b[3~\x7f",
+        {"kh=\\EOH:@7=\\EOF:kP=\\E[5~:kN=\\E[6~:kI=\\E[2~:kD=\\E[3~:kb=^H",
+         "\x1bOH\x1bOF\x1b[5~\x1b[6~\x1b[2~\x1b[3~\x08",
          {KEY_HOME, KEY_END, KEY_PGUP, KEY_PGDN, KEY_INSERT, KEY_DELETE, KEY_BACKSPACE}},
         // Function keys: FS numbers them, whatever other names the entry uses;
         // k; is no key of this program's.
@@ -44,16 +44,16 @@ TEST(KeyRead, StandardDialect) {
         {"PU=\\E[V:kP=\\E[5~:EN=\\E[Y:@7=\\EOF:dk=\\E[9:kD=\\E[3~",
          "\x1b[V\x1b[Y\x1b[9",
          {KEY_PGUP, KEY_END, KEY_DELETE}},
-        {"Dk=\\E[9:kD=\\E[3~", "\x1b[9", {KEY_DELETE}},
+        {"Dk=\\E[9:kD=\\E[3~", "\x1b[9\x1b[3~\x7f", {KEY_DELETE, KEY_DELETE, 127}},
         // ho and al stay keys; kh and kI are bound as well.
         {"ho=\\E[H:kh=\\EOH:al=\\E[L:kI=\\E[2~",
          "\x1b[H\x1bOH\x1b[L\x1b[2~",
          {KEY_HOME, KEY_HOME, KEY_INSERT, KEY_INSERT}},
-        // Byte 127 is Delete when no Delete key is described, even where kb
-        // sends it; BackSpace when a Delete key is.
+        // Byte 127 is Delete without dk and Dk, even where kb sends it.
         {"kb=\\177", "\x7f", {KEY_DELETE}},
         {"kb=^H", "\x7f\b", {KEY_DELETE, KEY_BACKSPACE}},
-        {"kb=\\177:kD=\\E[3~", "\x7f\x1b[3~", {KEY_BACKSPACE, KEY_DELETE}},
+        {"kb=\\177:kD=\\E[3~", "\x7f\x1b[3~", {KEY_DELETE, KEY_DELETE}},
+        {"kb=\\177:dk=\\E[3~", "\x7f\x1b[3~", {KEY_BACKSPACE, KEY_DELETE}},
     };
     for (const auto &[entry, input, want] : cases) {
         ASSERT_EQ(load_entry(std::string("t:") + entry + ":\n"), 0);
