@@ -88,7 +88,7 @@ void on_stop(int) {
 // TRAP, ABRT, SYS), whose state can then not be trusted to drive the
 // terminal and which debuggers and the sanitizers must see as they are.
 constexpr int ENDING_SIGNALS[] = {
-    SIGHUP,  SIGTERM, SIGPIPE, SIGUSR1, SIGUSR2, SIGALRM, SIGVTALRM, SIGPROF, SIGXCPU, SIGIO,
+    SIGHUP,    SIGTERM, SIGPIPE, SIGUSR1, SIGUSR2, SIGALRM, SIGVTALRM, SIGPROF, SIGXCPU, SIGIO,
 #ifdef SIGSTKFLT
     SIGSTKFLT,
 #endif

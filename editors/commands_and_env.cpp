@@ -48,7 +48,8 @@ int line_accept(EntryDialog *dialog) {
         message_box(BOX_BEEP, "Note", "Cannot save empty field.");
         return 0;
     }
-    return !entry_is_duplicate(dialog, trimmed, ENTRY_EXACT, "An entry for this item already exists.");
+    return !entry_is_duplicate(dialog, trimmed, ENTRY_EXACT,
+                               "An entry for this item already exists.");
 }
 
 // The environment's entries are assignments: checked before anything else.

@@ -61,8 +61,7 @@ void forget_dead() {
 __attribute__((noinline, cold, no_sanitize("coverage", "undefined"))) void
 differ(int step, int op, const char *what) {
     fprintf(stderr, "window model differs at step %d (operation %d): %s\n", step, op, what);
-    fprintf(stderr, "library sent: %s\nmodel sent:   %s\n", fuzz_sent.c_str(),
-            twin->sent.c_str());
+    fprintf(stderr, "library sent: %s\nmodel sent:   %s\n", fuzz_sent.c_str(), twin->sent.c_str());
     __builtin_trap();
 }
 
@@ -71,8 +70,8 @@ same_window(const Window *w, const model::MWin *m) {
     if (w == nullptr || m == nullptr)
         return w == nullptr && m == nullptr;
     if (w->rows != m->rows || w->columns != m->cols || w->screen_row != m->srow ||
-        w->screen_column != m->scol || w->cursor_row != m->crow ||
-        w->cursor_column != m->ccol || ((w->flags & WIN_HIDDEN) != 0) != m->hidden)
+        w->screen_column != m->scol || w->cursor_row != m->crow || w->cursor_column != m->ccol ||
+        ((w->flags & WIN_HIDDEN) != 0) != m->hidden)
         return false;
     return std::memcmp(w->cells, m->cells, sizeof(Cell) * m->count) == 0;
 }

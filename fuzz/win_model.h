@@ -14,7 +14,7 @@
 #include <vector>
 
 // Not what is being fuzzed: no coverage, no undefined-behaviour checks.
-#pragma clang attribute push(__attribute__((no_sanitize("coverage", "undefined"))),        \
+#pragma clang attribute push(__attribute__((no_sanitize("coverage", "undefined"))),                \
                              apply_to = function)
 
 namespace model {

@@ -145,7 +145,8 @@ int put_number(char *out, long value) {
 
 int config_lock(const char *dir, char *note) {
     char path[4096];
-    if (snprintf(path, sizeof path, "%s/%s", dir, CONFIG_LOCK_NAME) >= static_cast<int>(sizeof path))
+    if (snprintf(path, sizeof path, "%s/%s", dir, CONFIG_LOCK_NAME) >=
+        static_cast<int>(sizeof path))
         return lock_failed(note, strerror(ENAMETOOLONG));
     // Never through a link, never blocking on something that is not a file,
     // never inherited by the print command or the status program.

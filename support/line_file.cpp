@@ -17,7 +17,6 @@ void message(char *msg, const char *text) {
     }
 }
 
-
 void line_read_error(char *msg, const char *path, int error) {
     if (msg != nullptr) {
         snprintf(msg, AV_MSG_MAX, "%s while reading %s", strerror(error),

@@ -385,7 +385,9 @@ int replace_commit(ReplaceFile *file) {
     // the stream's error flag.
     int earlier = errno;
     errno = 0;
-    int error = fflush(file->stream) != 0 ? errno : ferror(file->stream) ? (earlier != 0 ? earlier : EIO) : 0;
+    int error = fflush(file->stream) != 0 ? errno
+                : ferror(file->stream)    ? (earlier != 0 ? earlier : EIO)
+                                          : 0;
     if (error == 0 && fsync(fileno(file->stream)) != 0)
         error = errno;
     if (fclose(file->stream) != 0 && error == 0)

@@ -22,7 +22,7 @@ const char PATH_ENTRY[] = "PATH=/usr/sbin:/usr/bin:/sbin:/bin";
 // start-up files and word splitting of the shells /bin/sh may be, and
 // exported shell functions.
 bool dropped_variable(const char *entry) {
-    static const char *const names[] = {"PATH",      "BASH_ENV", "ENV", "IFS", "CDPATH",
+    static const char *const names[] = {"PATH",      "BASH_ENV", "ENV", "IFS",       "CDPATH",
                                         "SHELLOPTS", "BASHOPTS", "PS4", "GLOBIGNORE"};
     for (const char *name : names) {
         size_t length = strlen(name);

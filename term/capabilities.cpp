@@ -170,4 +170,3 @@ const KeySource key_table[] = {
     {KEY_RULE_BYTES, CAP_COUNT, "\033/", KEY_ESC_SLASH, 2},
 };
 const int key_table_size = sizeof key_table / sizeof key_table[0];
-

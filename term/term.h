@@ -184,7 +184,8 @@ int tc_find(const char *name);
 int tc_flag(const char *name);
 int tc_num(const char *name);
 const char *tc_str(const char *name);
-// The type's compiled terminfo entry as description text (continued lines, under this program's capability names) in buffer: its length, or -1.
+// The type's compiled terminfo entry as description text (continued lines, under this program's
+// capability names) in buffer: its length, or -1.
 int tc_terminfo_entry(const char *name, char *buffer, size_t size);
 
 // ---- terminal output ----------------------------------------------------------

@@ -27,8 +27,7 @@ TEST(AppAnyKey, UnboundKeysCloseAnyKeyPromptsAndRingElsewhere) {
         {"message box, F11", "cd", "There is nothing to delete.", F11, "Authorized UNIX"},
         {"message box, Ctrl-Right", "cd", "There is nothing to delete.", CTRL_RIGHT,
          "Authorized UNIX"},
-        {"message box, Shift-Up", "cd", "There is nothing to delete.", SHIFT_UP,
-         "Authorized UNIX"},
+        {"message box, Shift-Up", "cd", "There is nothing to delete.", SHIFT_UP, "Authorized UNIX"},
         {"menu, F12", "", "X - Exit", F12, ""},
         {"table screen, Ctrl-Right", "c", "Authorized UNIX", CTRL_RIGHT, ""},
     };

@@ -83,18 +83,12 @@ struct Ending {
 // screen in turn: the menu, a table screen, an entry dialog, the pager.
 TEST(AppSignals, EverySignalThatEndsTheProgramGivesTheTerminalBack) {
     const Ending endings[] = {
-        {SIGPIPE, "", "X - Exit"},
-        {SIGUSR1, "c", "Authorized UNIX Commands"},
-        {SIGUSR2, "ea", "NAME=value"},
-        {SIGALRM, "?", "On-Line Documentation"},
-        {SIGVTALRM, "", "X - Exit"},
-        {SIGPROF, "c", "Authorized UNIX Commands"},
-        {SIGXCPU, "ea", "NAME=value"},
-        {SIGIO, "?", "On-Line Documentation"},
-        {SIGSTKFLT, "", "X - Exit"},
-        {SIGPWR, "c", "Authorized UNIX Commands"},
-        {SIGRTMIN, "ea", "NAME=value"},
-        {SIGRTMAX, "?", "On-Line Documentation"},
+        {SIGPIPE, "", "X - Exit"},      {SIGUSR1, "c", "Authorized UNIX Commands"},
+        {SIGUSR2, "ea", "NAME=value"},  {SIGALRM, "?", "On-Line Documentation"},
+        {SIGVTALRM, "", "X - Exit"},    {SIGPROF, "c", "Authorized UNIX Commands"},
+        {SIGXCPU, "ea", "NAME=value"},  {SIGIO, "?", "On-Line Documentation"},
+        {SIGSTKFLT, "", "X - Exit"},    {SIGPWR, "c", "Authorized UNIX Commands"},
+        {SIGRTMIN, "ea", "NAME=value"}, {SIGRTMAX, "?", "On-Line Documentation"},
     };
     for (const Ending &e : endings) {
         SCOPED_TRACE(testing::Message() << e.shows << ", signal " << e.signal_number);
@@ -175,13 +169,12 @@ TEST(AppSignals, SuspendAndContinueRepaintsInRawMode) {
 TEST(AppSignals, SuspendUnderAWrapperAndContinue) {
     std::string root = harness_new_root();
     write_file(root + "/conduvia/config/commands", "alpha\nbeta\ngamma\n");
-    Harness *h = harness_start(
-        {.program = "/bin/bash",
-         // No loop: bash leaves a loop when a job in it stops.
-         .args = {"-c", "set -m; sh -c '" AV_BINARY "; echo wrapper-done'; "
-                        "read -r go; fg; read -r go; fg; read -r go; fg"},
-         .root = root,
-         .watch_child = true});
+    Harness *h = harness_start({.program = "/bin/bash",
+                                // No loop: bash leaves a loop when a job in it stops.
+                                .args = {"-c", "set -m; sh -c '" AV_BINARY "; echo wrapper-done'; "
+                                               "read -r go; fg; read -r go; fg; read -r go; fg"},
+                                .root = root,
+                                .watch_child = true});
     ASSERT_NE(h, nullptr);
     ASSERT_TRUE(harness_wait_text(h, MENU_TEXT));
     harness_type(h, "c");

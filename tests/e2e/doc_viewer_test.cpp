@@ -24,11 +24,11 @@ Harness *open_viewer(const std::string &root, const std::string &doc) {
     std::string command = "mount --bind '" + root + "/sbin' /usr/sbin && exec";
     for (const std::string &arg : harness_command())
         command += " '" + arg + "'";
-    Harness *h = start_at_menu({.program = "/bin/sh",
-                                .args = {"-c", command},
-                                .env = {"PATH=" + root + "/bin:/usr/bin:/bin",
-                                        "AV_FD_REPORT=" + root + "/lp-report"},
-                                .root = root});
+    Harness *h = start_at_menu(
+        {.program = "/bin/sh",
+         .args = {"-c", command},
+         .env = {"PATH=" + root + "/bin:/usr/bin:/bin", "AV_FD_REPORT=" + root + "/lp-report"},
+         .root = root});
     if (h != nullptr)
         harness_type(h, "?");
     return h;
@@ -68,8 +68,8 @@ TEST(DocViewer, PagesMarksPrintingAndAMissingDocument) {
     print(h, "Y");
     EXPECT_TRUE(harness_wait_text(h, "Help file printed."));
     // Nothing of the terminal, nothing else the program holds.
-    EXPECT_EQ(file_bytes(root + "/lp-report"), std::string("args: -s ") + AV_PATH_DOC +
-                                                   "\n0 /dev/null\n1 /dev/null\n2 /dev/null\n");
+    EXPECT_EQ(file_bytes(root + "/lp-report"),
+              std::string("args: -s ") + AV_PATH_DOC + "\n0 /dev/null\n1 /dev/null\n2 /dev/null\n");
     EXPECT_EQ(file_bytes(root + "/wrong-lp"), ABSENT) << "lp found through the caller's PATH";
     harness_type(h, " ");
     harness_wait_idle(h);

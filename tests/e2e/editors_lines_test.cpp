@@ -30,7 +30,8 @@ struct LineCase {
 
 std::vector<LineCase> line_cases() {
     const std::string max = "The maximum number of variables has been reached (100).";
-    const std::string too_long = "This entry is longer than 76 characters; change it in the file itself.";
+    const std::string too_long =
+        "This entry is longer than 76 characters; change it in the file itself.";
     const std::string cmd140(140, 'x'), env100 = "V=" + std::string(98, 'v');
     const std::string cmd76(76, 'y');
     // Lines that would drive the terminal if shown as they are, sorted.
@@ -93,9 +94,10 @@ TEST(EditorsLines, FailedSaveKeepsChangesUntilTheCauseIsMended) {
         // The path may lose its beginning to make room for the reason.
         std::string error = std::string("/config/commands (") +
                             (no_directory ? "No such file or directory)" : "Is a directory)");
-        run_screen(root, 'c', "Authorized UNIX Commands",
-                   {{"awho{F6}{F6}", error, shows({"Could not open: "})}, {" ", "", mend}, {"{F6}"}},
-                   "mended");
+        run_screen(
+            root, 'c', "Authorized UNIX Commands",
+            {{"awho{F6}{F6}", error, shows({"Could not open: "})}, {" ", "", mend}, {"{F6}"}},
+            "mended");
         EXPECT_EQ(file_bytes(path), "who\n") << no_directory;
     }
 }

@@ -58,9 +58,8 @@ TEST(EditorsOutsideChange, SaveAsksBeforeOverwriting) {
         if (c.yes)
             steps.push_back({"y"});
         else
-            steps.insert(steps.end(), {{"n", c.title, shows({c.title})},
-                                       {"{Esc}", "Lose all changes?"},
-                                       {"y"}});
+            steps.insert(steps.end(),
+                         {{"n", c.title, shows({c.title})}, {"{Esc}", "Lose all changes?"}, {"y"}});
         run_screen(root, c.key, c.title, steps, c.what);
         EXPECT_EQ(file_bytes(path), c.after);
     }

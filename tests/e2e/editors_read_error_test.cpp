@@ -29,8 +29,8 @@ TEST(EditorsReadError, ScreenOpensReadOnlyAndNeverSaves) {
         const char *title;
         const char *file;
         std::string bytes;
-        long before;   // bytes read before the first failure
-        int times;     // reads that fail; then the file reads on
+        long before;               // bytes read before the first failure
+        int times;                 // reads that fail; then the file reads on
         std::string shown, hidden; // on the screen after the load, and not
     };
     const Case cases[] = {
@@ -38,8 +38,8 @@ TEST(EditorsReadError, ScreenOpensReadOnlyAndNeverSaves) {
          numbered("cmd", 30), 12, 1, "cmd100", "cmd102"},
         {"commands, error at the start", 'c', "Authorized UNIX Commands", "commands",
          numbered("cmd", 3), 0, 5, "", "cmd100"},
-        {"env, error for good", 'e', "UNIX Environment Variables", "env", numbered("V=", 40),
-         4 * 6, 1000, "V=103", "V=104"},
+        {"env, error for good", 'e', "UNIX Environment Variables", "env", numbered("V=", 40), 4 * 6,
+         1000, "V=103", "V=104"},
         {"ipaddr, transient error mid-line", 'n', "Name To IP Address Table", "ipaddr",
          ip_line + "beta            10.0.0.2\n", 70, 1, "alpha", "beta"},
     };

@@ -51,7 +51,9 @@ TEST(ConfigLock, LockFileStates) {
          CONFIG_LOCK_FAILED,
          "No lock (the lock file belongs to another user): other sessions are not kept out."},
         {"not a file",
-         [](const std::string &, const std::string &lock) { EXPECT_EQ(mkfifo(lock.c_str(), 0600), 0); },
+         [](const std::string &, const std::string &lock) {
+             EXPECT_EQ(mkfifo(lock.c_str(), 0600), 0);
+         },
          CONFIG_LOCK_FAILED,
          "No lock (the lock file is not a file): other sessions are not kept out."},
         {"a second name of another file",
@@ -59,9 +61,11 @@ TEST(ConfigLock, LockFileStates) {
              close(open((dir + "/shadow").c_str(), O_CREAT | O_WRONLY, 0600));
              EXPECT_EQ(link((dir + "/shadow").c_str(), lock.c_str()), 0);
          },
-         CONFIG_LOCK_FAILED, "No lock (the lock file has other names): other sessions are not kept out."},
-        {"no directory", [](const std::string &dir, const std::string &) { EXPECT_EQ(rmdir(dir.c_str()), 0); },
-         -1, ""},
+         CONFIG_LOCK_FAILED,
+         "No lock (the lock file has other names): other sessions are not kept out."},
+        {"no directory",
+         [](const std::string &dir, const std::string &) { EXPECT_EQ(rmdir(dir.c_str()), 0); }, -1,
+         ""},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.what);

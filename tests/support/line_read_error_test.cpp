@@ -48,7 +48,6 @@ inline FILE *fault_stream_open(FaultStream *f) {
     return fopencookie(f, "r", io);
 }
 
-
 std::vector<std::string> lines_of(List *list) {
     std::vector<std::string> out;
     for (int i = 0; i < list_count(list); i++)
@@ -74,20 +73,20 @@ TEST(LineReadError, FailsTheLoadAndKeepsWholeLinesOnly) {
         {"in the middle of a line, for good", text, 8, 1000, EIO, {"alpha"}},
         {"right after a newline", text, 6, 1, EIO, {"alpha"}},
         {"before the last newline", text, 16, 1, EIO, {"alpha", "beta"}},
-        {"inside a line longer than a piece", long_line, 170, 1, EIO,
-         {std::string(149, 'x')}},
+        {"inside a line longer than a piece", long_line, 170, 1, EIO, {std::string(149, 'x')}},
         {"another reason", text, 11, 1, ESTALE, {"alpha", "beta"}},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.what);
-        FaultStream fault{.bytes = c.bytes, .before = c.before, .failures = c.failures,
-                          .error = c.error};
+        FaultStream fault{
+            .bytes = c.bytes, .before = c.before, .failures = c.failures, .error = c.error};
         FILE *file = fault_stream_open(&fault);
         ASSERT_NE(file, nullptr);
         List *list = list_create(25);
         char msg[AV_MSG_MAX] = "untouched";
         EXPECT_EQ(read_line_stream(file, "/cfg/commands", list, "", msg), LINE_READ_ERROR);
-        EXPECT_EQ(std::string(msg), std::string(strerror(c.error)) + " while reading /cfg/commands");
+        EXPECT_EQ(std::string(msg),
+                  std::string(strerror(c.error)) + " while reading /cfg/commands");
         EXPECT_EQ(lines_of(list), c.kept);
         EXPECT_EQ(fault.reads_after_failure, 0) << "read on after the error";
         fclose(file);

@@ -318,8 +318,8 @@ TEST(SupportOwnership, StatusProgramGivesGroupOrFallsBackToRealGroup) {
 TEST(SupportOwnership, StatusProgramWritesToTheDescriptorNotToAName) {
     prepare(88, 0);
     const std::string script = "#!/bin/sh\nls -A " + dir.path + "/tmp > " + dir.path +
-                               "/seen\nout=$(readlink /proc/$$/fd/1)\necho \"$out\" > " +
-                               dir.path + "/stdout\nprintf '%28s\\15\\14\\13\\12%56s'\n";
+                               "/seen\nout=$(readlink /proc/$$/fd/1)\necho \"$out\" > " + dir.path +
+                               "/stdout\nprintf '%28s\\15\\14\\13\\12%56s'\n";
     dir.file("prog", script);
     struct stat st;
     ASSERT_EQ(file_status(target.c_str(), &st), 0);

@@ -9,12 +9,17 @@
 
 TEST(TcStr, Decoding) {
     const std::pair<const char *, const char *> cases[] = {
-        {"^H^a^[", "\b\x01\x1b"}, {"\\177\\401", "\x7f\x01"}, // octal keeps the low 8 bits
-        {"\\E[H", "\x1b[H"},      {"\\\\\\^\\a\\f\\n\\r\\t\\v", "\\^\a\f\n\r\t\v"},
-        {"\\b\\e", "\\b\\e"},     {"5*\\E[%i%d;%dH", "\x1b[%i%d;%dH"},
-        {"20\\E[H", "\x1b[H"},    {"3.5*x", "x"},
+        {"^H^a^[", "\b\x01\x1b"},
+        {"\\177\\401", "\x7f\x01"}, // octal keeps the low 8 bits
+        {"\\E[H", "\x1b[H"},
+        {"\\\\\\^\\a\\f\\n\\r\\t\\v", "\\^\a\f\n\r\t\v"},
+        {"\\b\\e", "\\b\\e"},
+        {"5*\\E[%i%d;%dH", "\x1b[%i%d;%dH"},
+        {"20\\E[H", "\x1b[H"},
+        {"3.5*x", "x"},
         {"12.5", "12.5"}, // nothing after the delay: the digits are the value
-        {"^:x", ":x"},    {"a^:", "a:"}, // "^:" is a colon and the value goes on
+        {"^:x", ":x"},
+        {"a^:", "a:"}, // "^:" is a colon and the value goes on
     };
     for (const auto &[field, want] : cases) {
         ASSERT_EQ(load_entry(std::string("t:a=") + field + ":\n"), 0);

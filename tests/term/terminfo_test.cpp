@@ -480,9 +480,9 @@ TEST_F(Terminfo, LastResortOfTheSearch) {
     };
     const Case cases[] = {
         {"avti-last", nullptr, nullptr, 0, 24},
-        {"avti-last", "/nonexistent", nullptr, -2, -1}, // a pinned file is the whole search
+        {"avti-last", "/nonexistent", nullptr, -2, -1},   // a pinned file is the whole search
         {"avti-last", nullptr, "avti-last:li#9:", 0, 24}, // TERMCAP text is ignored
-        {"avti-last-x", nullptr, nullptr, 0, 24},        // by its family
+        {"avti-last-x", nullptr, nullptr, 0, 24},         // by its family
         {"avti-nowhere", nullptr, nullptr, -2, -1},
     };
     unsetenv("QXTERMCAP");

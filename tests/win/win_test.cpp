@@ -187,11 +187,9 @@ TEST(WinSend, LineCellsAreSentByTheirCharacter) {
          },
          "<0,2>{}x{}"},
         {"pattern aliases and digits written as text",
-         [](int w) { win_puts(w, 0, 0, "0.123456789", ATTR_LINE); },
-         "<0,0>{-!cUdR+LaTb}"},
+         [](int w) { win_puts(w, 0, 0, "0.123456789", ATTR_LINE); }, "<0,0>{-!cUdR+LaTb}"},
         {"attributes stay outside line mode",
-         [](int w) { win_puts(w, 0, 0, "7q", ATTR_LINE | ATTR_REV); },
-         "<0,0>[R]{a}q{}[N]"},
+         [](int w) { win_puts(w, 0, 0, "7q", ATTR_LINE | ATTR_REV); }, "<0,0>[R]{a}q{}[N]"},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);

@@ -68,7 +68,9 @@ void set_title(Harness *h, const VTermValue *val) {
     h->title.append(val->string.str, val->string.len);
 }
 #else
-void set_title(Harness *h, const VTermValue *val) { h->title = val->string; }
+void set_title(Harness *h, const VTermValue *val) {
+    h->title = val->string;
+}
 #endif
 
 int on_termprop(VTermProp prop, VTermValue *val, void *user) {
