@@ -307,14 +307,16 @@ int read_format(const char *s, char *conversion, int *digits) {
         zero = true;
         ++p;
     }
+    // Widths past 3 are refused below; capping here keeps a hostile run of
+    // digits from overflowing.
     int width = 0;
-    while (*p >= '0' && *p <= '9')
-        width = width * 10 + (*p++ - '0');
+    for (; *p >= '0' && *p <= '9'; ++p)
+        width = width > 99 ? width : width * 10 + (*p - '0');
     int precision = 0;
     if (*p == '.') {
         ++p;
-        while (*p >= '0' && *p <= '9')
-            precision = precision * 10 + (*p++ - '0');
+        for (; *p >= '0' && *p <= '9'; ++p)
+            precision = precision > 99 ? precision : precision * 10 + (*p - '0');
     }
     if (*p != 'd' && *p != 'c')
         return 0;
