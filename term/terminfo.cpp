@@ -229,14 +229,15 @@ struct Entry {
             out.puts(value);
         out.put(':');
     }
-    void string(const char *name, const char *value) {
+    // Names come from the capability table, so that no name is spelled twice.
+    void string(TermCap cap, const char *value) {
         if (value)
-            field(name, value, strlen(value), '=');
+            field(term_capabilities[cap].name, value, strlen(value), '=');
     }
-    void number(const char *name, int value) {
+    void number(TermCap cap, int value) {
         char digits[16];
         snprintf(digits, sizeof digits, "%d", value);
-        field(name, digits, 0, '#');
+        field(term_capabilities[cap].name, digits, 0, '#');
     }
 };
 
@@ -265,12 +266,12 @@ void strip_delays(const char *s, char *out, size_t size) {
 
 constexpr size_t VALUE_MAX = 512;
 
-void put_output(Entry &e, const char *name, const char *value) {
+void put_output(Entry &e, TermCap cap, const char *value) {
     if (!value)
         return;
     char clean[VALUE_MAX];
     strip_delays(value, clean, sizeof clean);
-    e.string(name, clean);
+    e.string(cap, clean);
 }
 
 // ---- cursor addressing -------------------------------------------------------
@@ -513,12 +514,12 @@ namespace {
 // The line-drawing pieces in the VT100 alternate character set, by the
 // letter that stands for each in "acsc".
 struct AcsPiece {
-    const char *cap;
+    TermCap cap;
     char letter;
 };
 const AcsPiece ACS_PIECES[] = {
-    {"GH", 'q'}, {"GV", 'x'}, {"GC", 'n'}, {"GL", 'u'}, {"GD", 'w'}, {"GR", 't'},
-    {"GU", 'v'}, {"G1", 'k'}, {"G2", 'l'}, {"G3", 'm'}, {"G4", 'j'},
+    {CAP_GH, 'q'}, {CAP_GV, 'x'}, {CAP_GC, 'n'}, {CAP_GL, 'u'}, {CAP_GD, 'w'}, {CAP_GR, 't'},
+    {CAP_GU, 'v'}, {CAP_G1, 'k'}, {CAP_G2, 'l'}, {CAP_G3, 'm'}, {CAP_G4, 'j'},
 };
 
 void put_line_drawing(Entry &e, const Compiled &c) {
@@ -554,8 +555,8 @@ void put_line_drawing(Entry &e, const Compiled &c) {
                 return;
         on[0] = off[0] = '\0';
     }
-    e.string("GS", on);
-    e.string("GE", off);
+    e.string(CAP_GS, on);
+    e.string(CAP_GE, off);
     for (int p = 0; p < 11; ++p)
         e.string(ACS_PIECES[p].cap, pieces[p]);
 }
@@ -563,18 +564,12 @@ void put_line_drawing(Entry &e, const Compiled &c) {
 // The window library's 16 attribute strings each set one combination from
 // any other: the reset, then each attribute of the combination.
 void put_attributes(Entry &e, const Compiled &c) {
-    static const char *const names[16] = {
-        "norm",     "rev",          "blink",          "blink_rev",
-        "bold",     "bold_rev",     "bold_blink",     "bold_blink_rev",
-        "und",      "und_rev",      "und_blink",      "und_blink_rev",
-        "und_bold", "und_bold_rev", "und_bold_blink", "und_bold_blink_rev",
-    };
     const char *reset = string_of(c, S_SGR0);
     if (!reset) {
         // Without a reset no combination can be set: standout alone serves
         // the highlight.
-        put_output(e, "so", string_of(c, S_SMSO));
-        put_output(e, "se", string_of(c, S_RMSO));
+        put_output(e, CAP_SO, string_of(c, S_SMSO));
+        put_output(e, CAP_SE, string_of(c, S_RMSO));
         return;
     }
     const char *rev = string_of(c, S_REV);
@@ -590,34 +585,32 @@ void put_attributes(Entry &e, const Compiled &c) {
                 n += static_cast<size_t>(snprintf(joined + n, sizeof joined - n, "%s", parts[bit]));
         if (n >= sizeof joined)
             continue;
-        put_output(e, names[i], joined);
+        // The table lists the sixteen in the order of this index.
+        put_output(e, static_cast<TermCap>(CAP_NORM + i), joined);
     }
 }
 
 void put_keys(Entry &e, const Compiled &c) {
     const struct {
-        const char *cap;
+        TermCap cap;
         int index;
     } keys[] = {
-        {"kl", S_KCUB1}, {"kr", S_KCUF1}, {"ku", S_KCUU1}, {"kd", S_KCUD1},
-        {"kb", S_KBS},   {"dk", S_KDCH1}, {"al", S_KICH1}, {"bt", S_KCBT},
-        {"PU", S_KPP},   {"PD", S_KNP},   {"ho", S_KHOME}, {"EN", S_KEND},
+        {CAP_KL, S_KCUB1}, {CAP_KR, S_KCUF1}, {CAP_KU, S_KCUU1}, {CAP_KD, S_KCUD1},
+        {CAP_KB, S_KBS},   {CAP_DK, S_KDCH1}, {CAP_AL, S_KICH1}, {CAP_BT, S_KCBT},
+        {CAP_PU, S_KPP},   {CAP_PD, S_KNP},   {CAP_HO, S_KHOME}, {CAP_EN, S_KEND},
     };
     for (const auto &k : keys)
         e.string(k.cap, string_of(c, k.index));
     // terminfo names no Tab key; every terminal's sends ^I, as the shipped
     // descriptions say.
-    e.string("ta", "\t");
-    // F1 is kf1 as terminfo numbers the keys: "k1" to "k9" and "k0" for F10.
-    e.number("FS", 1);
-    char cap[3] = {'k', 0, 0};
-    for (int i = 1; i <= 9; ++i) {
-        cap[1] = static_cast<char>('0' + i);
-        e.string(cap, string_of(c, i == 1 ? S_KF1 : S_KF2 + i - 2));
-    }
-    e.string("k0", string_of(c, S_KF10));
-    put_output(e, "ks", string_of(c, S_SMKX));
-    put_output(e, "ke", string_of(c, S_RMKX));
+    e.string(CAP_TA, "\t");
+    // F1 to F10 are kf1 to kf10, as terminfo numbers the keys.
+    e.number(CAP_FS, 1);
+    for (int i = 1; i <= 9; ++i)
+        e.string(static_cast<TermCap>(CAP_K0 + i), string_of(c, i == 1 ? S_KF1 : S_KF2 + i - 2));
+    e.string(CAP_K0, string_of(c, S_KF10));
+    put_output(e, CAP_STD_KS, string_of(c, S_SMKX));
+    put_output(e, CAP_STD_KE, string_of(c, S_RMKX));
 }
 
 // The names field: the entry's own names, made safe for a description line
@@ -679,20 +672,20 @@ int tc_terminfo_convert(const unsigned char *data, size_t length, const char *na
     put_names(e, c, name);
     int lines = number_of(c, N_LINES);
     if (lines >= 0)
-        e.number("li", lines);
-    e.number("aw", flag_of(c, B_AM));
+        e.number(CAP_LI, lines);
+    e.number(CAP_AW, flag_of(c, B_AM));
     char cup[VALUE_MAX];
     char cm[128];
     if (const char *raw = string_of(c, S_CUP)) {
         strip_delays(raw, cup, sizeof cup);
         if (tc_terminfo_cup(cup, cm, sizeof cm) >= 0)
-            e.string("cm", cm);
+            e.string(CAP_CM, cm);
     }
-    put_output(e, "cl", string_of(c, S_CLEAR));
-    put_output(e, "up", string_of(c, S_CUU1));
-    put_output(e, "bc", string_of(c, S_CUB1));
-    put_output(e, "CN", string_of(c, S_CNORM));
-    put_output(e, "CF", string_of(c, S_CIVIS));
+    put_output(e, CAP_CL, string_of(c, S_CLEAR));
+    put_output(e, CAP_UP, string_of(c, S_CUU1));
+    put_output(e, CAP_BC, string_of(c, S_CUB1));
+    put_output(e, CAP_CN, string_of(c, S_CNORM));
+    put_output(e, CAP_CF, string_of(c, S_CIVIS));
     put_line_drawing(e, c);
     put_attributes(e, c);
     put_keys(e, c);

@@ -92,6 +92,11 @@ TEST(AppSignals, EverySignalThatEndsTheProgramGivesTheTerminalBack) {
     };
     for (const Ending &e : endings) {
         SCOPED_TRACE(testing::Message() << e.shows << ", signal " << e.signal_number);
+        // The user-mode emulator keeps the first real-time signals for itself
+        // and renumbers the others, so what is sent is not what the program
+        // gets; a kernel that runs the program itself tests them.
+        if (harness_emulated() && e.signal_number >= SIGRTMIN)
+            continue;
         std::string root = harness_new_root();
         write_file(root + "/conduvia/doc", "Some documentation\n");
         Harness *h = start_at_menu({.root = root, .record_stty = true});

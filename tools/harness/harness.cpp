@@ -268,6 +268,11 @@ std::vector<std::string> harness_command() {
     return {AV_E2E_RUNNER, "-E", "LD_PRELOAD=" AV_E2E_PRELOAD, program};
 }
 
+bool harness_emulated() {
+    const char *program = getenv("AV_E2E_PROGRAM");
+    return program != nullptr && program[0] != '\0' && AV_E2E_RUNNER[0] != '\0';
+}
+
 std::string harness_new_root() {
     std::error_code ec;
     std::string root = std::string(AV_E2E_ROOTS_DIR) + "/root-XXXXXX";

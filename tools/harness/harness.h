@@ -28,6 +28,8 @@ struct Harness; // opaque
 // termio_shim.c where this machine cannot run it itself; else the avconfig
 // of this build.
 std::vector<std::string> harness_command();
+// True when that command runs the program through the emulator.
+bool harness_emulated();
 // A fresh product root: the shipped termdef and an empty conduvia/config.
 std::string harness_new_root();
 // nullptr (and a failed test) if it cannot start; a failed exec shows why on
