@@ -104,9 +104,10 @@ build-fuzz-fast:
 	    -DAV_TESTS=OFF -DAV_BENCH=OFF -DAV_PRODUCT_ROOT=$(CURDIR)/$(FUZZ_FAST_BUILD)/root
 	$(CMAKE) --build $(FUZZ_FAST_BUILD) -j $(JOBS)
 
-# Each fuzz target runs briefly from its seed corpus (fuzz/corpus/<name>, if any).
+# Each fuzz target runs briefly from its seed corpus (fuzz/corpus/<name>, if any),
+# with the mutations fixed by FUZZ_SEED (default 1).
 fuzz-smoke: build-fuzz
-	tools/fuzz_run.sh $(FUZZ_BUILD) $(FUZZ_SMOKE_SECONDS)
+	FUZZ_SEED=$${FUZZ_SEED:-1} tools/fuzz_run.sh $(FUZZ_BUILD) $(FUZZ_SMOKE_SECONDS)
 
 # Every target for FUZZ_SECONDS (or FUZZ_RUNS executions), with a table of
 # executions, speed and findings. The campaign runs without AddressSanitizer,
