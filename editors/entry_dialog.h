@@ -37,8 +37,8 @@ int entry_dialog_run(EntryDialog *dialog);
 // Prepares an empty one-row field of a dialog.
 void entry_field(TextField *field, int window, int row, int column, int width, int maximum);
 // How entry_is_duplicate matches text against an entry.
-constexpr int ENTRY_PREFIX = 0; // text is the start of the entry
-constexpr int ENTRY_EXACT = 1;  // text is the whole entry
+constexpr int ENTRY_PREFIX = LIST_PREFIX; // text is the start of the entry
+constexpr int ENTRY_EXACT = LIST_EXACT;   // text is the whole entry
 // 1 (after "Error", message) when another entry than the edited one matches
 // text, as a prefix or exactly.
 int entry_is_duplicate(const EntryDialog *dialog, const char *text, int exact, const char *message);

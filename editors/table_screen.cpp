@@ -75,7 +75,7 @@ void table_search(TableScreen *screen) {
         int key = field_edit(&field);
         if (key_is_enter(key) || key_is_save(key)) {
             if (field.text[0] != '\0') {
-                found = list_find_string(field.text, 0, screen->list);
+                found = list_find_string(field.text, LIST_PREFIX, screen->list);
                 if (found < 0) {
                     char note[FIELD_TEXT_MAX + 40];
                     snprintf(note, sizeof note, "No entry was found for '%s'", field.text);
@@ -237,7 +237,7 @@ int table_open(TableScreen *screen, const TableLayout *layout) {
         message_box(BOX_BEEP, "Error", load_msg);
         table_read_only(screen, "This file could not be read whole, so it cannot be changed here.");
     } else if (loaded == LOAD_LINK_REFUSED) {
-        message_box(1, "Note", load_msg);
+        message_box(BOX_BEEP, "Note", load_msg);
         table_read_only(screen,
                         "This file is a link owned by another user, so it cannot be changed here.");
     }
@@ -276,7 +276,7 @@ int table_resort(TableScreen *screen, const char *text) {
         message_box(BOX_BEEP, "Error", msg);
         return TABLE_FAIL;
     }
-    int found = list_find_string(text, 1, screen->list);
+    int found = list_find_string(text, LIST_EXACT, screen->list);
     if (found >= 0)
         screen->pick.current = found;
     screen->changed = 1;

@@ -41,7 +41,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }
     if (count > 0) {
         const char *first = static_cast<const char *>(list_get(list, 0));
-        if (list_find_string(first, 1, list) != 0) {
+        if (list_find_string(first, LIST_EXACT, list) != 0) {
             abort();
         }
     }

@@ -191,7 +191,8 @@ int list_find_string(const char *text, int mode, List *list) {
         if (entry == nullptr) {
             return -1;
         }
-        bool match = mode == 0 ? strncmp(entry, text, length) == 0 : strcmp(entry, text) == 0;
+        bool match =
+            mode == LIST_PREFIX ? strncmp(entry, text, length) == 0 : strcmp(entry, text) == 0;
         if (match) {
             return i;
         }

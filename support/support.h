@@ -158,8 +158,11 @@ int write_line_file(const char *path, List *list, char *msg);
 // the writing and is left in the stream's error flag.
 int write_line_stream(FILE *file, List *list, char *msg);
 int list_add_string(const char *text, List *list, char *msg); // appends a copy; 0, or -1
-// The position of the first entry that text starts (mode 0) or equals (mode
-// 1); -1 when there is none.
+// How list_find_string matches text against an entry.
+constexpr int LIST_PREFIX = 0; // text is the start of the entry
+constexpr int LIST_EXACT = 1;  // text is the whole entry
+// The position of the first entry that text matches, LIST_PREFIX or
+// LIST_EXACT; -1 when there is none.
 int list_find_string(const char *text, int mode, List *list);
 // Sorts the entries without regard to case; 0, or -1 (an entry of 256
 // characters or more refuses the sort).

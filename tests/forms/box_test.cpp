@@ -24,8 +24,8 @@ int *start_box(bool yesno, const std::string &title, const std::string &text) {
             win_puts(window, row, 0, letters(80, row, 'A').c_str(), row % 3 ? 0 : ATTR_REV);
         win_show(window);
         do
-            result = yesno ? yes_no_box(1, title.c_str(), text.c_str())
-                           : message_box(1, title.c_str(), text.c_str());
+            result = yesno ? yes_no_box(BOX_BEEP, title.c_str(), text.c_str())
+                           : message_box(BOX_BEEP, title.c_str(), text.c_str());
         while (key_read() != KEY_F10);
         win_destroy(window);
     });

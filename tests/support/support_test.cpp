@@ -247,7 +247,8 @@ TEST(SupportLineFile, SortFindAndTrim) {
     char msg[AV_MSG_MAX];
     EXPECT_EQ(sort_string_list(list, msg), 0);
     const std::tuple<const char *, int, int> finds[] = {
-        {"Ann", 1, 2}, {"ann", 1, 1}, {"An", 1, -1}, {"An", 0, 2}, {"b", 0, 3}, {"BOB", 0, -1}};
+        {"Ann", LIST_EXACT, 2}, {"ann", LIST_EXACT, 1}, {"An", LIST_EXACT, -1},
+        {"An", LIST_PREFIX, 2}, {"b", LIST_PREFIX, 3},  {"BOB", LIST_PREFIX, -1}};
     for (auto [text, mode, expected] : finds) {
         EXPECT_EQ(list_find_string(text, mode, list), expected) << text << mode;
     }
