@@ -83,9 +83,9 @@ int app_main(int argc, char **argv) {
     // A type without a description of its own is tried as its family
     // ("xterm-256color-italic" as "xterm-256color"): close kin draw and read
     // keys alike, and refusing to start serves the administrator worse.
-    int loaded = term_init(1, &term_state);
+    int loaded = term_init(TERM_SAVE_MODE, &term_state);
     if (loaded == -2)
-        loaded = term_init_family(1, &term_state);
+        loaded = term_init_family(TERM_SAVE_MODE, &term_state);
     if (loaded == -1)
         return refuse("\aavconfig: no terminal type set (AVTERM, QXTERM, TERM)\n");
     if (loaded != 0) {

@@ -45,7 +45,7 @@ int load_terminal() {
     setenv("AVTERMCAP", path.c_str(), 1);
     setenv("TERM", name, 1);
     TermState state{};
-    if (term_init(0, &state) != 0)
+    if (term_init(TERM_KEEP_MODE, &state) != 0)
         return -1;
     term_screen_strings();
     norm_string = tc_str("norm") ? tc_str("norm") : (tc_str("se") ? tc_str("se") : "");

@@ -486,7 +486,7 @@ int term_load_description(int save_mode, TermState *state, const char *name) {
     if (!tc_load(name))
         return -2;
     term_settle_motion();
-    if (save_mode == 1) {
+    if (save_mode == TERM_SAVE_MODE) {
         ioctl(0, TCGETA, &state->saved_mode);
         state->work_mode = state->saved_mode;
     }

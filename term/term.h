@@ -154,8 +154,11 @@ struct TermState {
     struct termio work_mode;  // the mode while the program runs (raw mode is set here)
 };
 
-// Loads the description of the type named by AVTERM, QXTERM or TERM; save_mode
-// 1 also reads the line mode into state. 0 loaded; -1 no type set; -2 none found.
+// Whether loading a description also reads the terminal's line mode.
+constexpr int TERM_KEEP_MODE = 0; // leaves state's modes alone (tools and tests)
+constexpr int TERM_SAVE_MODE = 1; // reads it into saved_mode and work_mode
+// Loads the description of the type named by AVTERM, QXTERM or TERM, with
+// TERM_SAVE_MODE or TERM_KEEP_MODE. 0 loaded; -1 no type set; -2 none found.
 int term_init(int save_mode, TermState *state);
 // The rest of term_init once the type is chosen: loads the description of
 // name (state->term_name is left alone), then reads the mode as term_init.

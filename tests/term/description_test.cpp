@@ -64,8 +64,8 @@ TEST(TermInitFamily, CutsAtTheLastSeparator) {
         term_reset();
         setenv("AVTERM", name, 1);
         TermState state{};
-        ASSERT_EQ(term_init(0, &state), -2) << name;
-        EXPECT_EQ(term_init_family(0, &state), li > 0 ? 0 : -2) << name;
+        ASSERT_EQ(term_init(TERM_KEEP_MODE, &state), -2) << name;
+        EXPECT_EQ(term_init_family(TERM_KEEP_MODE, &state), li > 0 ? 0 : -2) << name;
         EXPECT_EQ(tc_num("li"), li) << name;
         EXPECT_STREQ(state.term_name, name) << "the message names the type asked for";
     }
@@ -151,7 +151,7 @@ TEST(Termdef, EveryEntryIsUsable) {
         term_reset();
         setenv("AVTERM", name.c_str(), 1);
         TermState state{};
-        ASSERT_EQ(term_init(0, &state), 0);
+        ASSERT_EQ(term_init(TERM_KEEP_MODE, &state), 0);
         EXPECT_STRNE(term_goto(23, 79), "('cm' error)");
         term_screen_strings();
         // Either a full set of distinct pieces, or (no line drawing) the ASCII fallbacks.

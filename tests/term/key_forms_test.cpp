@@ -62,7 +62,7 @@ void load_shipped(const char *type) {
     setenv("AVTERMCAP", AV_SOURCE_DIR "/data/termdef", 1);
     setenv("AVTERM", type, 1);
     TermState state{};
-    ASSERT_EQ(term_init(0, &state), 0);
+    ASSERT_EQ(term_init(TERM_KEEP_MODE, &state), 0);
     key_init();
 }
 

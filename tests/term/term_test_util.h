@@ -20,7 +20,7 @@ inline int load_entry(const std::string &text, const char *name = "t", TermState
     setenv("AVTERMCAP", path.c_str(), 1);
     setenv("AVTERM", name, 1);
     TermState local{};
-    int result = term_init(state != nullptr, state ? state : &local);
+    int result = term_init(state ? TERM_SAVE_MODE : TERM_KEEP_MODE, state ? state : &local);
     unlink(path.c_str());
     key_init();
     return result;

@@ -493,9 +493,9 @@ TEST_F(Terminfo, LastResortOfTheSearch) {
         k.termcap ? setenv("TERMCAP", k.termcap, 1) : unsetenv("TERMCAP");
         setenv("AVTERM", k.type, 1);
         TermState state{};
-        int loaded = term_init(0, &state);
+        int loaded = term_init(TERM_KEEP_MODE, &state);
         if (loaded == -2)
-            loaded = term_init_family(0, &state);
+            loaded = term_init_family(TERM_KEEP_MODE, &state);
         EXPECT_EQ(loaded, k.loaded);
         EXPECT_EQ(tc_num("li"), k.li);
     }

@@ -21,7 +21,7 @@ void start_screen(const char *name = "test") {
     setenv("AVTERMCAP", AV_TEST_DATA_DIR "/termdef", 1);
     setenv("TERM", name, 1);
     TermState state{};
-    ASSERT_EQ(term_init(0, &state), 0) << name;
+    ASSERT_EQ(term_init(TERM_KEEP_MODE, &state), 0) << name;
     term_screen_strings();
     term_set_utf8_locale(0); // whatever the environment says
     capture_stdout([] { term_blank_screen(); });

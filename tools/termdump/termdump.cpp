@@ -100,7 +100,7 @@ int main(int argc, char **argv) {
     }
     setenv("AVTERM", argv[arg], 1);
     TermState state{};
-    if (term_init(0, &state) != 0) {
+    if (term_init(TERM_KEEP_MODE, &state) != 0) {
         printf("type %s: no description\n", argv[arg]);
         return 1;
     }
