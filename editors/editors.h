@@ -7,12 +7,19 @@
 #include "support/support.h"
 
 // ---- ip_table.cpp: the name-to-IP table screen and its line format ------------------
+// How the PC of an entry is reached: the kind, written as its digit in the
+// line and the index of its radio button in the entry dialog.
+constexpr int IP_FIXED = 0;  // by its static IP address
+constexpr int IP_HAWSER = 1; // by name, through Hawser
+constexpr int IP_SAMBA = 2;  // by name, through Samba's 'nmblookup'
+constexpr int IP_KINDS = 3;  // kinds there are
+
 // One entry of the name-to-IP table.
 struct IpEntry {
     char name[16];    // the PC's name as given to 'avclink' (15 columns)
-    char address[16]; // the static IP address; used with kind 0 only
-    int kind;         // how the PC is reached: 0 fixed address, 1 Hawser, 2 Samba
-    char pc_name[26]; // the PC name Hawser or Samba looks up; used with kinds 1 and 2
+    char address[16]; // the static IP address; used with IP_FIXED only
+    int kind;         // IP_FIXED, IP_HAWSER or IP_SAMBA
+    char pc_name[26]; // the PC name Hawser or Samba looks up; used with those two
 };
 
 // Name-to-IP table screen (menu N): 0 on a normal return, -1 on an error.
@@ -22,7 +29,7 @@ int ip_table_screen();
 // LINE_READ_ERROR on a read error, with "<reason> while reading <path>"
 // in msg (AV_MSG_MAX bytes, or nullptr).
 int ip_read_table(FILE *file, const char *path, List *list, char *msg);
-// A fixed-column line into entry: missing columns leave fields empty, kind 0.
+// A fixed-column line into entry: missing columns leave fields empty, IP_FIXED.
 void ip_parse_line(const char *line, IpEntry *entry);
 // entry as a fixed-column line of 60 characters, into line of size bytes.
 void ip_format_line(const IpEntry *entry, char *line, int size);

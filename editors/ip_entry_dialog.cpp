@@ -23,12 +23,12 @@ constexpr int FOCUS_HAWSER_RADIO = 3;
 constexpr int FOCUS_HAWSER = 4;
 constexpr int FOCUS_SAMBA = 6;
 constexpr int FOCUS_COUNT = 7;
-// The field that holds each kind's value, by kind (0 fixed address, 1
-// Hawser, 2 Samba); only the selected kind's field takes the focus.
-constexpr int VALUE_STOPS[] = {FOCUS_ADDRESS, FOCUS_HAWSER, FOCUS_SAMBA};
+// The field that holds each kind's value, by kind; only the selected kind's
+// field takes the focus.
+constexpr int VALUE_STOPS[IP_KINDS] = {FOCUS_ADDRESS, FOCUS_HAWSER, FOCUS_SAMBA};
 
 bool skipped(int focus, int kind) {
-    for (int k = 0; k < 3; k++)
+    for (int k = 0; k < IP_KINDS; k++)
         if (focus == VALUE_STOPS[k] && kind != k)
             return true;
     return false;
@@ -43,11 +43,11 @@ void ip_field(TextField *field, int window, int row, int column, int width, int 
 // The value that the selected kind needs, trimmed into value; 0 (after saying
 // why and moving the focus) when it is missing or cannot be used.
 int ip_value(EntryDialog *dialog, char *value) {
-    static const char *const missing[] = {"A fixed IP address was not specified.",
-                                          "A PC name was not specified for Hawser.",
-                                          "A PC name was not specified for Samba."};
+    static const char *const missing[IP_KINDS] = {"A fixed IP address was not specified.",
+                                                  "A PC name was not specified for Hawser.",
+                                                  "A PC name was not specified for Samba."};
     int kind = dialog->group.selected;
-    if (kind == 1 && access(AV_PATH_HAWSER_PROG, F_OK) != 0) {
+    if (kind == IP_HAWSER && access(AV_PATH_HAWSER_PROG, F_OK) != 0) {
         message_box(BOX_BEEP, "Error",
                     "The Ardovane PC Hawser software is not installed on this system.");
         dialog->focus = FOCUS_HAWSER_RADIO;
@@ -93,7 +93,7 @@ void ip_store(EntryDialog *dialog, IpEntry *entry) {
     entry_trimmed(&dialog->fields[VALUE_STOPS[kind]], text);
     entry->address[0] = '\0';
     entry->pc_name[0] = '\0';
-    if (kind == 0)
+    if (kind == IP_FIXED)
         str_copy_max(entry->address, text, 15);
     else
         str_copy_max(entry->pc_name, text, 25);
@@ -139,18 +139,20 @@ int ip_entry_dialog(int parent, int mode, int index, IpEntry *entry, List *lines
     ip_field(&fields[FOCUS_ADDRESS], window, 3, 40, 15, 15, entry->address);
     strcpy(fields[FOCUS_ADDRESS].refused, REFUSED);
     fields[FOCUS_ADDRESS].digits_only = 1;
-    ip_field(&fields[FOCUS_HAWSER], window, 4, 40, 16, 25, entry->kind == 1 ? entry->pc_name : "");
-    ip_field(&fields[FOCUS_SAMBA], window, 5, 40, 16, 25, entry->kind == 2 ? entry->pc_name : "");
+    ip_field(&fields[FOCUS_HAWSER], window, 4, 40, 16, 25,
+             entry->kind == IP_HAWSER ? entry->pc_name : "");
+    ip_field(&fields[FOCUS_SAMBA], window, 5, 40, 16, 25,
+             entry->kind == IP_SAMBA ? entry->pc_name : "");
 
     RadioGroup *group = &dialog.group;
     radio_init(group);
     group->window = window;
-    group->count = 3;
-    for (int i = 0; i < 3; i++) {
+    group->count = IP_KINDS;
+    for (int i = 0; i < IP_KINDS; i++) {
         group->row[i] = 3 + i;
         group->column[i] = 2;
     }
-    group->selected = (entry->kind >= 0 && entry->kind <= 2) ? entry->kind : 0;
+    group->selected = (entry->kind >= 0 && entry->kind < IP_KINDS) ? entry->kind : IP_FIXED;
 
     field_show(&fields[FOCUS_NAME], FIELD_NO_CURSOR);
     radio_show(RADIO_ALL, group);

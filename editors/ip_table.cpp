@@ -125,14 +125,14 @@ void ip_parse_line(const char *line, IpEntry *entry) {
     int length = static_cast<int>(strlen(line));
     ip_take_column(line, length, 0, 15, entry->name);
     ip_take_column(line, length, 16, 15, entry->address);
-    entry->kind = 0;
+    entry->kind = IP_FIXED;
     entry->pc_name[0] = '\0';
     if (length >= 36) {
         ip_take_column(line, length, 33, 25, entry->pc_name);
         if (length > 59 && line[59] == '1')
-            entry->kind = 1;
+            entry->kind = IP_HAWSER;
         else if (length > 59 && line[59] == '2')
-            entry->kind = 2;
+            entry->kind = IP_SAMBA;
     }
 }
 
