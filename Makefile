@@ -105,9 +105,9 @@ build-fuzz-fast:
 	$(CMAKE) --build $(FUZZ_FAST_BUILD) -j $(JOBS)
 
 # Each fuzz target runs briefly from its seed corpus (fuzz/corpus/<name>, if any),
-# with the mutations fixed by FUZZ_SEED (default 1).
+# with the mutations fixed by FUZZ_SEED (default 1), JOBS targets at a time.
 fuzz-smoke: build-fuzz
-	FUZZ_SEED=$${FUZZ_SEED:-1} tools/fuzz_run.sh $(FUZZ_BUILD) $(FUZZ_SMOKE_SECONDS)
+	FUZZ_SEED=$${FUZZ_SEED:-1} FUZZ_JOBS=$${FUZZ_JOBS:-$(JOBS)} tools/fuzz_run.sh $(FUZZ_BUILD) $(FUZZ_SMOKE_SECONDS)
 
 # Every target for FUZZ_SECONDS (or FUZZ_RUNS executions), with a table of
 # executions, speed and findings. The campaign runs without AddressSanitizer,
