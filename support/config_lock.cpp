@@ -49,9 +49,14 @@ void terminal_name(pid_t pid, dev_t tty, char *name, size_t size) {
         if (stat(link, &status) != 0 || !S_ISCHR(status.st_mode) || status.st_rdev != tty)
             continue;
         ssize_t length = readlink(link, name, size - 1);
+        // A terminal opened outside this process's root (a chroot, a
+        // container) reads as a path that means nothing here: only a name
+        // that leads to the device is shown.
+        struct stat named;
         if (length > 0 && name[0] == '/') {
             name[length] = '\0';
-            return;
+            if (stat(name, &named) == 0 && S_ISCHR(named.st_mode) && named.st_rdev == tty)
+                return;
         }
         name[0] = '\0';
     }

@@ -15,6 +15,7 @@
 #include <signal.h>
 #include <sys/ioctl.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utmp.h>
@@ -273,6 +274,39 @@ bool harness_emulated() {
     return program != nullptr && program[0] != '\0' && AV_E2E_RUNNER[0] != '\0';
 }
 
+int harness_open_to_others() {
+    // The first ancestor of the build tree that others cannot search (root's
+    // home, 0700, where a clone often lives).
+    std::string closed;
+    std::string path;
+    for (const auto &part : std::filesystem::path(AV_BINARY_DIR).relative_path()) {
+        path += "/" + part.string();
+        if (path == AV_BINARY_DIR)
+            break;
+        struct stat st;
+        if (stat(path.c_str(), &st) == 0 && (st.st_mode & S_IXOTH) == 0) {
+            closed = path;
+            break;
+        }
+    }
+    if (closed.empty())
+        return 0;
+    // In a mount namespace of its own, an open tmpfs takes the closed
+    // directory's place, with the build tree bound back at its path.
+    int tree = open(AV_BINARY_DIR, O_PATH | O_DIRECTORY | O_CLOEXEC);
+    if (tree < 0 || unshare(CLONE_NEWNS) < 0 ||
+        mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) < 0 ||
+        mount("tmpfs", closed.c_str(), "tmpfs", 0, "mode=0755") < 0)
+        return -1;
+    std::error_code ec;
+    std::filesystem::create_directories(AV_BINARY_DIR, ec);
+    std::string source = "/proc/self/fd/" + std::to_string(tree);
+    if (ec || mount(source.c_str(), AV_BINARY_DIR, nullptr, MS_BIND | MS_REC, nullptr) < 0)
+        return -1;
+    close(tree);
+    return 0;
+}
+
 std::string harness_new_root() {
     std::error_code ec;
     std::string root = std::string(AV_E2E_ROOTS_DIR) + "/root-XXXXXX";
@@ -369,6 +403,8 @@ Harness *harness_start(const HarnessOptions &options) {
             // (a small full one) comes along.
             mount(root.c_str(), AV_PRODUCT_ROOT, nullptr, MS_BIND | MS_REC, nullptr) < 0)
             child_fail("mount of the product root");
+        if (!options.as_root && harness_open_to_others() < 0)
+            child_fail("opening the build tree to user nobody");
         if (!options.as_root &&
             (setgroups(0, nullptr) < 0 || setgid(65534) < 0 || setuid(65534) < 0))
             child_fail("switch to user nobody");

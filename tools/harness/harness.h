@@ -30,6 +30,10 @@ struct Harness; // opaque
 std::vector<std::string> harness_command();
 // True when that command runs the program through the emulator.
 bool harness_emulated();
+// For a child about to become another user: when the build tree lies in a
+// directory others cannot search, gives this process a mount namespace in
+// which it can. 0, or -1 on failure.
+int harness_open_to_others();
 // A fresh product root: the shipped termdef and an empty conduvia/config.
 std::string harness_new_root();
 // nullptr (and a failed test) if it cannot start; a failed exec shows why on
