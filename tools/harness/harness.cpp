@@ -293,10 +293,12 @@ int harness_open_to_others() {
         return 0;
     // In a mount namespace of its own, an open tmpfs takes the closed
     // directory's place, with the build tree bound back at its path.
+    // The tree is opened inside the new namespace: a bind mount takes its
+    // source from the namespace it is made in.
+    if (unshare(CLONE_NEWNS) < 0 || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) < 0)
+        return -1;
     int tree = open(AV_BINARY_DIR, O_PATH | O_DIRECTORY | O_CLOEXEC);
-    if (tree < 0 || unshare(CLONE_NEWNS) < 0 ||
-        mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) < 0 ||
-        mount("tmpfs", closed.c_str(), "tmpfs", 0, "mode=0755") < 0)
+    if (tree < 0 || mount("tmpfs", closed.c_str(), "tmpfs", 0, "mode=0755") < 0)
         return -1;
     std::error_code ec;
     std::filesystem::create_directories(AV_BINARY_DIR, ec);
