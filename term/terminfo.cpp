@@ -442,7 +442,6 @@ int tc_terminfo_cup(const char *cup, char *out, size_t size) {
     // "%r", from the column): the string must do the same, and use both.
     int first = 0;
     int expected = 0;
-    int conversions = 0;
     int origin = -1;
     bool seen[3] = {false, false, false};
     for (int i = 0; i < count; ++i) {
@@ -455,7 +454,6 @@ int tc_terminfo_cup(const char *cup, char *out, size_t size) {
             return -1;
         expected = 3 - expected;
         seen[t.parameter] = true;
-        ++conversions;
         // Decimal values carry no offset but the template's one origin.
         if (t.kind == CupToken::DECIMAL) {
             if ((t.offset != 0 && t.offset != 1) || (origin >= 0 && t.offset != origin))
