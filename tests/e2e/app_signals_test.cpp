@@ -151,7 +151,7 @@ TEST(AppSignals, SuspendAndContinueRepaintsInRawMode) {
     harness_type(h, "c");
     ASSERT_TRUE(harness_wait_text(h, "Authorized UNIX Commands"));
     harness_key(h, "Ctrl-Z");
-    ASSERT_TRUE(harness_wait_text(h, "Stopped")) << harness_screen(h);
+    ASSERT_TRUE(harness_wait_stopped(h)) << harness_screen(h);
     EXPECT_EQ(harness_screen(h).find("Authorized"), std::string::npos) << "left on the screen";
     EXPECT_TRUE(harness_cursor_visible(h));
     harness_type(h, "\r");

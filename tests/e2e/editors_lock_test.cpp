@@ -101,7 +101,7 @@ TEST(EditorsLock, StoppedSessionIsNamedStopped) {
     ASSERT_TRUE(harness_wait_text(h, "Authorized UNIX Commands"));
     EXPECT_EQ(file_bytes(lock), "");
     harness_key(h, "Ctrl-Z");
-    ASSERT_TRUE(harness_wait_text(h, "Stopped")) << harness_screen(h);
+    ASSERT_TRUE(harness_wait_stopped(h)) << harness_screen(h);
     const std::string mark = file_bytes(lock);
     struct timespec now = {};
     clock_gettime(CLOCK_BOOTTIME, &now);

@@ -221,8 +221,11 @@ if echo 'int main() { return 0; }' | g++ -m32 -x c++ -o "$work/m32-probe" - 2>/d
         [ "$(dpkg-deb -f "$deb386" Architecture)" = i386 ] || fail "i386 package has another architecture"
         depends=$(dpkg-deb -f "$deb386" Depends)
         [[ "$depends" =~ ^libc6\ \(\>=\ [0-9.]+\)$ ]] || fail "i386 Depends is '$depends'"
-        file -L "$src2/build-release-i386/app/avconfig" | grep -q 'ELF 32-bit LSB.*Intel 80386' ||
-            fail "i386 package's program is not a 32-bit x86 program"
+        # The ELF header itself: class 1 (32-bit), data 1 (little-endian),
+        # machine 3 (i386). file(1) words it differently from release to release.
+        header=$(od -An -tx1 -N20 "$src2/build-release-i386/app/avconfig" | tr -d ' \n')
+        [ "${header:0:12}${header:36:4}" = 7f454c4601010300 ] ||
+            fail "i386 package's program is not a 32-bit x86 program (ELF header $header)"
     fi
 fi
 rm -rf "$src2"

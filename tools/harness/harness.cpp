@@ -523,6 +523,19 @@ bool harness_wait_text(Harness *h, const std::string &text, int timeout_ms) {
     return true;
 }
 
+bool harness_wait_stopped(Harness *h, int timeout_ms) {
+    auto stopped = [&] {
+        bool is_stopped = false;
+        program_waits(h, &is_stopped);
+        return is_stopped;
+    };
+    pump_until(h, timeout_ms, [&] { return stopped() || h->exited; });
+    if (!stopped())
+        return false;
+    pump(h, 0); // what it wrote before it stopped
+    return true;
+}
+
 std::string harness_row(Harness *h, int row) {
     return row_text(h, row, false);
 }

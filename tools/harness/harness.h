@@ -58,6 +58,9 @@ void harness_keys(Harness *h, const std::string &script);
 bool harness_wait_idle(Harness *h, int timeout_ms = 10000);
 // Waits until the screen shows text, then until the program is idle; false on timeout.
 bool harness_wait_text(Harness *h, const std::string &text, int timeout_ms = 5000);
+// Waits until the watched process is stopped (job control); true when it is.
+// Shells differ on whether they say "Stopped", so tests ask the process.
+bool harness_wait_stopped(Harness *h, int timeout_ms = 5000);
 
 // 80 characters; line pieces as UTF-8 box-drawing characters (3 bytes each).
 std::string harness_row(Harness *h, int row);
