@@ -2,6 +2,7 @@
 // win_cursor touches the terminal.
 #include "win/win_internal.h"
 
+#include <cstring>
 #include <unistd.h>
 
 #include "term/term.h"
@@ -140,11 +141,16 @@ void win_clear_cells(Window *w, int row, int column, int rows, int columns,
     int left = column < 0 ? 0 : column;
     int bottom = row + rows > w->rows ? w->rows : row + rows;
     int right = column + columns > w->columns ? w->columns : column + columns;
-    for (int y = top; y < bottom; y++) {
-        Cell *cell = w->cells + y * w->columns;
-        for (int x = left; x < right; x++)
-            cell[x] = Cell{' ', attribute, WIN_BLANK_COLOUR, 0};
-    }
+    if (top >= bottom || left >= right)
+        return;
+    // One row is filled cell by cell and copied to the others: a window is
+    // cleared whole when it is made, and this was most of that time.
+    Cell *first = w->cells + top * w->columns + left;
+    for (int x = 0; x < right - left; x++)
+        first[x] = Cell{' ', attribute, WIN_BLANK_COLOUR, 0};
+    size_t bytes = sizeof(Cell) * static_cast<size_t>(right - left);
+    for (int y = top + 1; y < bottom; y++)
+        memcpy(w->cells + y * w->columns + left, first, bytes);
 }
 
 int win_puts(int id, int row, int column, const char *text, int attribute) {
