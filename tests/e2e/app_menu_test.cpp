@@ -10,15 +10,6 @@
 
 using namespace e2e;
 
-// The items drawn in reverse video (the texts start at row 10, column 25).
-static std::vector<int> highlighted(Harness *h) {
-    std::vector<int> items;
-    for (int i = 0; i < 7; i++)
-        if (harness_reverse(h, 10 + i, 25))
-            items.push_back(i);
-    return items;
-}
-
 // One session, under valgrind where the build found one that runs this
 // program (not a sanitized or emulated one, nor a 32-bit one it cannot).
 TEST(AppMenu, SessionDrawsMovesShowsInformationAndExits) {

@@ -18,6 +18,16 @@ namespace e2e {
 constexpr const char *MENU_TEXT = "Configuration Program";
 constexpr time_t OLD_TIME = 1000000000;
 
+// The main menu's items drawn in reverse video (the texts start at row 10,
+// column 25).
+inline std::vector<int> highlighted(Harness *h) {
+    std::vector<int> items;
+    for (int i = 0; i < 7; i++)
+        if (harness_reverse(h, 10 + i, 25))
+            items.push_back(i);
+    return items;
+}
+
 // Old modification time, so that a rewrite shows.
 inline void write_file(const std::string &path, const std::string &bytes) {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;

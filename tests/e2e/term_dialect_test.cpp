@@ -26,15 +26,6 @@ const std::string STANDARD_ENTRY =
 const std::string KEYPAD_ON = "Up and keypad 1 send 'ESCOAESCOq'";
 const std::string KEYPAD_OFF = "Up and keypad 1 send 'ESC[A1'";
 
-// The menu items drawn in reverse video (rows 10 to 16, column 25).
-std::vector<int> highlighted(Harness *h) {
-    std::vector<int> items;
-    for (int i = 0; i < 7; i++)
-        if (harness_reverse(h, 10 + i, 25))
-            items.push_back(i);
-    return items;
-}
-
 } // namespace
 
 TEST(TermDialect, StandardEntryKeysAndModes) {

@@ -8,15 +8,6 @@ using namespace e2e;
 
 namespace {
 
-// The menu items drawn in reverse video (the texts start at row 10, column 25).
-std::vector<int> highlighted(Harness *h) {
-    std::vector<int> items;
-    for (int i = 0; i < 7; i++)
-        if (harness_reverse(h, 10 + i, 25))
-            items.push_back(i);
-    return items;
-}
-
 void send(Harness *h, const std::string &bytes) {
     harness_send(h, bytes);
     harness_wait_idle(h);

@@ -383,6 +383,15 @@ TEST(SupportSave, InPlaceRewrites) {
         std::string after;
     };
     const std::string old = "one\ntwo\nthree\nfour\n";
+    // A small file system holding conf and its link, filled up.
+    auto full_file_system = [&](const std::string &dir) {
+        if (mount("tmpfs", dir.c_str(), "tmpfs", 0, "size=64k") != 0)
+            return std::string("tmpfs: ") + strerror(errno);
+        std::ofstream(dir + "/conf") << old;
+        link((dir + "/conf").c_str(), (dir + "/conf.link").c_str());
+        std::ofstream(dir + "/filler") << std::string(1 << 20, 'f');
+        return std::string();
+    };
     const Case cases[] = {
         {"two hard links", [](const std::string &) { return ""; }, true, {"new"}, "", "", "new\n"},
         {"immutable directory",
@@ -421,31 +430,10 @@ TEST(SupportSave, InPlaceRewrites) {
          "",
          "",
          "new\n"},
-        {"full file system, longer contents",
-         [&](const std::string &dir) {
-             if (mount("tmpfs", dir.c_str(), "tmpfs", 0, "size=64k") != 0)
-                 return std::string("tmpfs: ") + strerror(errno);
-             std::ofstream(dir + "/conf") << old;
-             link((dir + "/conf").c_str(), (dir + "/conf.link").c_str());
-             std::ofstream(dir + "/filler") << std::string(1 << 20, 'f');
-             return std::string();
-         },
-         true, Strings(2000, "a line longer than the old file's"), "Could not write",
+        {"full file system, longer contents", full_file_system, true,
+         Strings(2000, "a line longer than the old file's"), "Could not write",
          "No space left on device", ""},
-        {"full file system, shorter contents",
-         [&](const std::string &dir) {
-             if (mount("tmpfs", dir.c_str(), "tmpfs", 0, "size=64k") != 0)
-                 return std::string("tmpfs: ") + strerror(errno);
-             std::ofstream(dir + "/conf") << old;
-             link((dir + "/conf").c_str(), (dir + "/conf.link").c_str());
-             std::ofstream(dir + "/filler") << std::string(1 << 20, 'f');
-             return std::string();
-         },
-         true,
-         {"one"},
-         "",
-         "",
-         "one\n"},
+        {"full file system, shorter contents", full_file_system, true, {"one"}, "", "", "one\n"},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.what);
